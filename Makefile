@@ -1,0 +1,49 @@
+# shadex: build, test, run and install behind one Makefile.
+BUILD_DIR ?= build
+PREFIX    ?= /usr/local
+BUILD_TYPE ?= RelWithDebInfo
+EXAMPLE   ?= examples/lighting.frag
+CMAKE_FLAGS ?=
+
+# Debian packages the build and the tests need.
+DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json3-dev \
+                googletest libgtest-dev dpkg-dev python3
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: all deps build test run install clean
+
+all: build
+
+deps:
+	@missing=$$(for p in $(DEB_PACKAGES); do \
+	    dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q '^install ok installed' || echo $$p; \
+	  done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:" $$missing; \
+	  $(SUDO) apt-get update && DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y $$missing; \
+	fi
+
+$(BUILD_DIR)/build.ninja:
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_FLAGS)
+
+build: $(BUILD_DIR)/build.ninja
+	cmake --build $(BUILD_DIR)
+
+test: deps
+	$(MAKE) build
+	ctest --test-dir $(BUILD_DIR) --output-on-failure -j2
+
+run: deps
+	$(MAKE) build
+	$(BUILD_DIR)/bin/shadex $(EXAMPLE)
+
+# The prefix is configured in, so that reports link to the installed docs.
+install: $(BUILD_DIR)/build.ninja
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_INSTALL_PREFIX=$(abspath $(PREFIX))
+	cmake --build $(BUILD_DIR)
+	cmake --install $(BUILD_DIR)
+	mkdir -p $(PREFIX)/bin
+	ln -sfn ../lib/shadex/shadex $(PREFIX)/bin/shadex
+
+clean:
+	rm -rf $(BUILD_DIR)

@@ -1,0 +1,20 @@
+// The program's own error: a message, optionally followed by " : " and a
+// detail text or a decimal status code.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+class KoroException_ : public std::exception {
+public:
+    explicit KoroException_(const std::string& message) : message(message) {}
+    KoroException_(const std::string& message, const std::string& detail)
+        : message(message + " : " + detail) {}
+    KoroException_(const std::string& message, uint32_t code)
+        : message(message + " : " + std::to_string(code)) {}
+
+    const char* what() const noexcept override { return message.c_str(); }
+
+    std::string message;
+};
