@@ -1,0 +1,10 @@
+// Joins the named input files (or standard input for "-") into one buffer.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "common/vocabulary.h"
+
+// Throws TCLAP::ArgParseException with the user-facing message on bad input.
+Bytes read_inputs(const std::vector<std::string>& files);
