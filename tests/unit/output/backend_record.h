@@ -1,0 +1,66 @@
+// Runs CompileOutput on shadex_outputs records laid out the way a back-end
+// hands them over, built from owned strings.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "common/koro_exception.h"
+#include "output/compile_output.h"
+
+using Texts = std::vector<std::string>;
+
+struct Target {
+    ArchitectureType architecture = ArchitectureType::Ostrem;
+    std::string core = "Koro-N68";
+    CompilerType compiler = CompilerType::OpenGLES;
+    SourceType source = SourceType::Fragment;
+};
+
+inline CompileOutput compile_record(const Target& target, const shadex_outputs& record) {
+    return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0",
+                         target.compiler, target.source, record);
+}
+
+// Each variant's texts are laid out key, value, key, value, ...
+inline CompileOutput compile(const Target& target, const std::vector<Texts>& variants,
+                             const Texts& errors = {}, const Texts& warnings = {}) {
+    auto pointers = [](const Texts& texts) {
+        std::vector<const char*> result;
+        for (const auto& text : texts) result.push_back(text.c_str());
+        return result;
+    };
+    std::vector<std::vector<const char*>> variant_texts;
+    for (const auto& texts : variants) variant_texts.push_back(pointers(texts));
+    std::vector<shadex_flexible_list> lists;
+    for (const auto& texts : variant_texts) {
+        lists.push_back({static_cast<shadex_u32>(texts.size()), 0, texts.data()});
+    }
+    const auto error_texts = pointers(errors);
+    const auto warning_texts = pointers(warnings);
+    shadex_outputs record{};
+    record.variant_count = static_cast<shadex_u32>(lists.size());
+    record.variants = lists.data();
+    record.error_count = static_cast<shadex_u32>(error_texts.size());
+    record.errors = error_texts.data();
+    record.warning_count = static_cast<shadex_u32>(warning_texts.size());
+    record.warnings = warning_texts.data();
+    return compile_record(target, record);
+}
+
+// The what() of the KoroException_ that `build` throws, or "" if none.
+template <typename Build>
+std::string failure_of(Build build) {
+    try {
+        build();
+    } catch (const KoroException_& error) {
+        return error.what();
+    }
+    return "";
+}
+
+// Statistics that keep a variant alive past the removal of empty programs.
+inline Texts with_pipes(Texts texts) {
+    texts.insert(texts.end(), {"pipe_names", "A/LS/T", "cycles", "2/1/1"});
+    return texts;
+}
