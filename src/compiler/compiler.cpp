@@ -1,0 +1,286 @@
+#include "compiler/compiler.h"
+
+#include <algorithm>
+
+#include "common/koro_exception.h"
+#include "common/promise.h"
+#include "compiler/compiler_library.h"
+#include "compiler/compiler_manager.h"
+#include "compiler/core_tables.h"
+#include "input/compile_input.h"
+
+const std::vector<std::string> DEFAULT_OPENCL_EXTENSIONS = {
+    "cl_khr_global_int32_base_atomics",
+    "cl_khr_global_int32_extended_atomics",
+    "cl_khr_local_int32_base_atomics",
+    "cl_khr_local_int32_extended_atomics",
+    "cl_khr_byte_addressable_store",
+    "cl_khr_3d_image_writes",
+    "cl_khr_fp64",
+    "cl_khr_int64_base_atomics",
+    "cl_khr_int64_extended_atomics",
+    "cl_khr_fp16",
+    "cl_khr_gl_sharing",
+    "cl_khr_icd",
+    "cl_khr_egl_event",
+    "cl_khr_egl_image",
+    "cl_ovyn_core_id",
+    "cl_ovyn_printf",
+    "cl_ovyn_thread_limit_hint",
+    "cl_ovyn_non_uniform_work_group_size",
+    "cl_ovyn_import_memory",
+};
+
+const std::vector<std::string> DEFAULT_OPENGLES_EXTENSIONS = {
+    "GL_OVYN_shader_framebuffer_fetch",
+    "GL_OVYN_shader_framebuffer_fetch_depth_stencil",
+    "GL_EXT_shader_pixel_local_storage",
+    "GL_EXT_shader_texture_lod",
+    "GL_EXT_shadow_samplers",
+    "GL_OES_EGL_image_external",
+    "GL_OES_gpu_shader5",
+    "GL_OES_standard_derivatives",
+    "GL_OES_texture_3D",
+    "GL_OES_texture_buffer",
+    "GL_OES_texture_cube_map_array",
+    "GL_ANDROID_extension_pack_es31a",
+    "GL_KHR_blend_equation_advanced",
+    "GL_OES_sample_variables",
+    "GL_OES_shader_image_atomic",
+    "GL_OES_shader_multisample_interpolation",
+    "GL_OES_texture_storage_multisample_2d_array",
+    "GL_EXT_geometry_shader",
+    "GL_EXT_gpu_shader5",
+    "GL_EXT_primitive_bounding_box",
+    "GL_EXT_shader_io_blocks",
+    "GL_EXT_tessellation_shader",
+    "GL_EXT_texture_buffer",
+    "GL_EXT_texture_cube_map_array",
+};
+
+namespace {
+
+uint32_t highest_version(const std::vector<uint32_t>& versions, CompilerType type,
+                         const std::string& core) {
+    uint32_t highest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
+    if (type == CompilerType::OpenGLES && Denylist::CORES_ES32.count(core) && highest >= 311)
+        highest = 310;
+    return highest;
+}
+
+std::set<std::string> offered_extensions(const std::vector<std::string>& extensions,
+                                         CompilerType type) {
+    if (!extensions.empty()) return {extensions.begin(), extensions.end()};
+    if (type == CompilerType::OpenGLES)
+        return {DEFAULT_OPENGLES_EXTENSIONS.begin(), DEFAULT_OPENGLES_EXTENSIONS.end()};
+    if (type == CompilerType::OpenCL)
+        return {DEFAULT_OPENCL_EXTENSIONS.begin(), DEFAULT_OPENCL_EXTENSIONS.end()};
+    return {};
+}
+
+// Digits from `position` on, saturating at the 32-bit maximum; 0 when none.
+uint32_t read_number(const std::string& text, size_t position) {
+    uint64_t value = 0;
+    while (position < text.size() && text[position] >= '0' && text[position] <= '9') {
+        value = std::min<uint64_t>(value * 10 + uint64_t(text[position] - '0'), UINT32_MAX);
+        ++position;
+    }
+    return static_cast<uint32_t>(value);
+}
+
+uint32_t number_after(const std::string& text, const std::string& marker) {
+    size_t at = text.find(marker);
+    return at == std::string::npos ? 0 : read_number(text, at + marker.size());
+}
+
+Bytes as_bytes(const std::string& text) {
+    Bytes bytes(text.begin(), text.end());
+    bytes.push_back(0);
+    return bytes;
+}
+
+// Back-ends read source text up to its NUL; the caller's bytes need not end in one.
+const Bytes& nul_terminated(const Bytes& source, Bytes& copy) {
+    if (!source.empty() && source.back() == 0) return source;
+    copy = source;
+    copy.push_back(0);
+    return copy;
+}
+
+std::string as_version_text(uint32_t version) {
+    return std::to_string(version / 100) + "." + std::to_string(version / 10 % 10);
+}
+
+}  // namespace
+
+Compiler::Compiler(const std::string& driver, const std::string& core, const std::string& revision,
+                   CompilerType type, const std::vector<uint32_t>& versions,
+                   const std::vector<std::string>& extensions,
+                   const std::set<std::string>& variants, std::shared_ptr<CompilerLibrary> library)
+    : driver(driver),
+      architecture(CompilerManager::get_architecture_for_core(core)),
+      core(core),
+      revision(revision),
+      type(type),
+      version(highest_version(versions, type, core)),
+      extensions(offered_extensions(extensions, type)),
+      variants(variants),
+      library(std::move(library)) {}
+
+bool Compiler::matches(const std::optional<std::string>& driver,
+                       const std::optional<std::string>& core,
+                       const std::optional<std::string>& revision, CompilerType type,
+                       uint32_t min_version) const {
+    if (driver && *driver != this->driver) return false;
+    if (core && *core != this->core) return false;
+    if (revision && *revision != this->revision) return false;
+    if (version < min_version) return false;
+    return type == CompilerType::Any || type == this->type;
+}
+
+bool Compiler::before(const Compiler& a, const Compiler& b) {
+    uint32_t a_index = CompilerManager::get_sort_index_for_core(a.core);
+    uint32_t b_index = CompilerManager::get_sort_index_for_core(b.core);
+    if (a_index != b_index) return a_index > b_index;
+    std::array<uint32_t, 4> a_revision = parse_core_revision(a.revision);
+    std::array<uint32_t, 4> b_revision = parse_core_revision(b.revision);
+    for (size_t i = 0; i < a_revision.size(); ++i) {
+        if (a_revision[i] != b_revision[i]) return a_revision[i] > b_revision[i];
+    }
+    return false;
+}
+
+std::array<uint32_t, 4> Compiler::parse_core_revision(const std::string& revision) {
+    std::array<uint32_t, 4> numbers{0, 0, 0, 0};
+    if (!revision.empty() && revision[0] == 'r') {
+        numbers[0] = read_number(revision, 1);
+        size_t p = revision.find_first_not_of("0123456789", 1);
+        if (p != std::string::npos && revision[p] == 'p') numbers[1] = read_number(revision, p + 1);
+    }
+    numbers[2] = number_after(revision, "dr");
+    numbers[3] = number_after(revision, "vl");
+    return numbers;
+}
+
+const std::set<std::string>& Compiler::get_extensions() {
+    if (!extensions_validated) {
+        extensions_validated = true;
+        if (type == CompilerType::OpenGLES) validate_opengles_extensions();
+        if (type == CompilerType::OpenCL) validate_opencl_extensions();
+    }
+    return extensions;
+}
+
+bool Compiler::has_extension(const std::string& name) { return get_extensions().count(name) > 0; }
+
+bool Compiler::supports_compute_shaders() const {
+    if (type == CompilerType::OpenCL) return false;
+    if (type != CompilerType::OpenGLES) return true;
+    return version > 309;
+}
+
+bool Compiler::supports_geometry_shaders() {
+    if (type == CompilerType::OpenCL) return false;
+    if (type != CompilerType::OpenGLES) return true;
+    return version > 319 || has_extension("GL_EXT_geometry_shader");
+}
+
+bool Compiler::supports_tessellation_shaders() {
+    if (type == CompilerType::OpenCL) return false;
+    if (type != CompilerType::OpenGLES) return true;
+    return version > 319 || has_extension("GL_EXT_tessellation_shader");
+}
+
+void Compiler::validate_opengles_extensions() {
+    const std::string version_line =
+        "#version " + std::to_string(version) + (version == 100 ? "" : " es");
+    for (const std::string& name : std::set<std::string>(extensions)) {
+        Bytes source = as_bytes(version_line + "\n#extension " + name + " : require\nvoid main() {}");
+        if (!probe(source, SourceType::Fragment, "", "")) extensions.erase(name);
+    }
+}
+
+void Compiler::validate_opencl_extensions() {
+    if (architecture != ArchitectureType::Tarsel) return;
+    // A supported extension defines a macro of its own name: the kernel then
+    // compiles, and without the macro the #error branch fails the probe.
+    for (const std::string& name : std::set<std::string>(extensions)) {
+        Bytes source = as_bytes("\n#ifdef " + name + "\nkernel void k() {}\n#else\n#error " + name +
+                                "\n#endif\n");
+        if (!probe(source, SourceType::Kernel, as_version_text(version), "k"))
+            extensions.erase(name);
+    }
+}
+
+bool Compiler::probe(const Bytes& source, SourceType source_type, const std::string& cl_std,
+                     const std::string& kernel_name) {
+    try {
+        return compile(source, source_type, cl_std, {}, kernel_name)->errors.empty();
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
+                                   const std::string& cl_std,
+                                   const std::vector<std::string>& defines,
+                                   const std::string& kernel_name) {
+    Bytes copy;
+    CompileInput input(nul_terminated(source, copy), CompilerManager::compilerize_core_name(core),
+                       revision);
+    input.add_flexible_input("compiler_type", to_api_literal(type));
+    input.add_flexible_input("shader_type", to_api_literal(source_type));
+    for (const std::string& define : defines) input.add_flexible_input("define", define);
+    if (source_type == SourceType::Kernel) {
+        if (!kernel_name.empty()) input.add_flexible_input("kernel_name", kernel_name);
+        input.add_flexible_input("cl_std", cl_std);
+    }
+    add_request_options(input, source_type);
+    if (source_type == SourceType::Fragment && variants.count("per_fragment_shader"))
+        input.add_flexible_input("variants", "per_fragment_shader");
+    return run(input, source_type);
+}
+
+CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_type,
+                                         const std::string& cl_std,
+                                         const std::string& entrypoint) {
+    Bytes copy;
+    CompileInput input(nul_terminated(module, copy), CompilerManager::compilerize_core_name(core),
+                       revision);
+    input.add_flexible_input("compiler_type", to_api_literal(type));
+    input.add_flexible_input("shader_type", to_api_literal(source_type));
+    input.add_flexible_input("spirv", "true");
+    input.add_flexible_input("spirv_binary_length",
+                             std::to_string(static_cast<unsigned long>(module.size())));
+    if (source_type != SourceType::Kernel) {
+        if (!entrypoint.empty()) input.add_flexible_input("spirv_entrypoint_name", entrypoint);
+    } else {
+        if (!entrypoint.empty()) input.add_flexible_input("kernel_name", entrypoint);
+        input.add_flexible_input("cl_std", cl_std);
+    }
+    add_request_options(input, source_type);
+    return run(input, source_type);
+}
+
+void Compiler::add_request_options(CompileInput& input, SourceType source_type) const {
+    if (architecture == ArchitectureType::Tarsel) return;
+    input.add_flexible_input("request-pilot", "true");
+    if (source_type == SourceType::Vertex) input.add_flexible_input("request-idvs", "true");
+}
+
+CompileOutputPtr Compiler::run(CompileInput& input, SourceType source_type) {
+    shadex_outputs outputs{};
+    do_compile(input.get(), &outputs);
+    // Released once whether or not the copy below succeeds.
+    Promise release([this, &outputs] { library->release_outputs(&outputs); });
+    return std::make_unique<CompileOutput>(architecture, core, revision, driver, type, source_type,
+                                           outputs);
+}
+
+void Compiler::do_compile(const shadex_inputs* inputs, shadex_outputs* outputs) {
+    shadex_u32 status = library->compile(inputs, outputs);
+    if (status != 0) {
+        library->release_outputs(outputs);
+        throw KoroException_("Compile error", status);
+    }
+}

@@ -1,0 +1,21 @@
+// Back-ends for end-to-end runs: copies of the scripted plug-in placed beside
+// an Install's shadex, each answering from its own scenario text (the format
+// is described at the top of tests/plugin/scripted_backend.cpp).
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "e2e/harness.h"
+#include "plugin/scripted_files.h"
+
+// Copies the plug-in to install/subdir/file_name ("graphics" or "opencl";
+// the name must follow a driver pattern, e.g. libKoro-Nxx_r20p0-01rel0.so)
+// and writes its scenario. Returns the copy's path.
+std::string add_backend(const Install& install, const std::string& subdir,
+                        const std::string& file_name, const std::string& scenario,
+                        ScriptedVariant variant = ScriptedVariant::Full);
+
+// The calls that copy logged, one line each, in order.
+std::vector<std::string> read_log(const Install& install, const std::string& subdir,
+                                  const std::string& file_name);

@@ -1,0 +1,440 @@
+// A back-end whose answers come from a text file, for testing the program
+// against libraries of every shape without shipping real compilers.
+//
+// Each copy of the library reads "<its own path>.scenario" on every call and
+// appends one line per call to "<its own path>.log", so several copies under
+// different names can sit side by side in one install.
+//
+// Scenario format: one directive per line; empty lines and lines starting
+// with '#' are skipped. A directive is a word, one space, then fields
+// separated by " | " (fields may hold spaces; the last field is the rest of
+// the line). The field text <null> stands for a null pointer.
+//
+//   api MAJOR MINOR               interface version reported (default: 1 1)
+//   meta KEY | VALUE              a library metadata pair, in order
+//   core NAME | REVISION          a hardware core record, in order
+//   core_cap NAME | KEY | VALUE   a per-core pair, answered for core NAME
+//                                 whatever the API the program asks about
+//   fail ENTRY | STATUS [| SKIP]  ENTRY (get_capabilities,
+//                                 get_core_specific_capabilities or compile)
+//                                 returns STATUS; with SKIP, only after SKIP
+//                                 earlier calls of ENTRY in the log succeeded
+//   break WHAT                    a malformed record: "metadata", "cores" or
+//                                 "core_cap" announce entries behind a null
+//                                 array; "metadata_odd" adds a key without a
+//                                 value
+//   compile                       starts a compile answer, up to "end":
+//     when option | KEY | VALUE     answers only if that option pair was sent
+//     when source | TEXT            answers only if the source holds TEXT
+//     status N                      status returned (default 0)
+//     variant                       starts the next variant
+//     stat KEY | VALUE              a statistic of the current variant
+//     error TEXT                    an error line
+//     warning TEXT                  a warning line
+//   end
+//
+// The first compile answer whose conditions all hold is used; with none, the
+// call succeeds and fills nothing.
+//
+// Log lines, fields separated by tabs:
+//   get_api_version
+//   get_capabilities
+//   get_core_specific_capabilities  CORE  REVISION
+//   compile  core=CORE  revision=REV  KEY=VALUE...  source_length=N  source=ESCAPED
+//   ENTRY_failed  status=N      right after the call line when it returns N != 0
+//   release_capabilities | release_core_specific_capabilities | release_outputs
+//            (followed by "  unknown" when the record was not handed out by
+//            this library or was already released)
+// A failed getter hands out nothing; a failed compile still hands out its
+// outputs record, which must be released like any other.
+// The source is the text up to its NUL, or "spirv_binary_length" bytes when
+// that option is sent; its first bytes are logged with \n, \t, \\ and \xHH
+// escapes. Scenario mistakes are logged as "scenario_error  line N: TEXT".
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "shadex_abi.h"
+
+namespace {
+
+using Text = std::optional<std::string>;  // nullopt: a null pointer
+
+struct Pair {
+    Text key;
+    Text value;
+};
+
+struct Variant {
+    std::vector<Pair> stats;
+};
+
+struct CompileAnswer {
+    std::vector<std::pair<std::string, std::string>> option_conditions;
+    std::vector<std::string> source_conditions;
+    shadex_u32 status = 0;
+    std::vector<Variant> variants;
+    std::vector<std::string> errors;
+    std::vector<std::string> warnings;
+};
+
+struct Failure {
+    shadex_u32 status = 0;
+    size_t skip = 0;
+};
+
+struct Scenario {
+    shadex_u32 api_major = 1;
+    shadex_u32 api_minor = 1;
+    std::vector<Pair> metadata;
+    std::vector<Pair> cores;
+    std::vector<std::pair<std::string, Pair>> core_caps;
+    std::map<std::string, Failure> failures;
+    std::vector<std::string> breaks;
+    std::vector<CompileAnswer> answers;
+
+    bool broken(const std::string& what) const {
+        for (const auto& entry : breaks)
+            if (entry == what) return true;
+        return false;
+    }
+};
+
+// Everything one filled record points to, kept until its release.
+struct Storage {
+    std::deque<std::string> texts;  // deque: element addresses stay put
+    std::vector<const char*> pointers;
+    std::vector<shadex_hardware_core> cores;
+    std::vector<std::vector<const char*>> variant_pointers;
+    std::vector<shadex_flexible_list> variants;
+    std::vector<const char*> errors;
+    std::vector<const char*> warnings;
+
+    const char* keep(const Text& text) {
+        if (!text) return nullptr;
+        texts.push_back(*text);
+        return texts.back().c_str();
+    }
+};
+
+// Records handed out and not yet released, by the id written into the
+// record's unused padding word.
+std::map<shadex_u32, std::unique_ptr<Storage>>& live_records() {
+    static std::map<shadex_u32, std::unique_ptr<Storage>> records;
+    return records;
+}
+
+shadex_u32 next_id() {
+    static shadex_u32 id = 0;
+    return ++id;
+}
+
+std::pair<shadex_u32, Storage*> new_storage() {
+    shadex_u32 id = next_id();
+    auto& slot = live_records()[id];
+    slot = std::make_unique<Storage>();
+    return {id, slot.get()};
+}
+
+bool free_storage(shadex_u32 id) { return live_records().erase(id) > 0; }
+
+std::string library_path() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&library_path), &info) && info.dli_fname)
+        return info.dli_fname;
+    return "scripted_backend";
+}
+
+void log_line(const std::string& line) {
+    std::ofstream(library_path() + ".log", std::ios::app) << line << '\n';
+}
+
+size_t logged_calls(const std::string& entry) {
+    std::ifstream log(library_path() + ".log");
+    size_t calls = 0;
+    for (std::string line; std::getline(log, line);)
+        if (line == entry || line.rfind(entry + "\t", 0) == 0) ++calls;
+    return calls;
+}
+
+std::vector<std::string> fields_of(const std::string& rest) {
+    std::vector<std::string> fields;
+    size_t start = 0;
+    for (size_t bar; (bar = rest.find(" | ", start)) != std::string::npos; start = bar + 3)
+        fields.push_back(rest.substr(start, bar - start));
+    fields.push_back(rest.substr(start));
+    return fields;
+}
+
+Text as_text(const std::string& field) {
+    if (field == "<null>") return std::nullopt;
+    return field;
+}
+
+void read_answer_line(CompileAnswer& answer, const std::string& word, const std::string& rest,
+                      const std::vector<std::string>& fields, const std::function<void()>& wrong) {
+    if (word == "when" && fields.size() == 3 && fields[0] == "option") {
+        answer.option_conditions.emplace_back(fields[1], fields[2]);
+    } else if (word == "when" && fields.size() == 2 && fields[0] == "source") {
+        answer.source_conditions.push_back(fields[1]);
+    } else if (word == "status" && fields.size() == 1) {
+        answer.status = static_cast<shadex_u32>(std::stoul(fields[0]));
+    } else if (word == "variant") {
+        answer.variants.emplace_back();
+    } else if (word == "stat" && fields.size() == 2) {
+        if (answer.variants.empty()) answer.variants.emplace_back();
+        answer.variants.back().stats.push_back({as_text(fields[0]), as_text(fields[1])});
+    } else if (word == "error") {
+        answer.errors.push_back(rest);
+    } else if (word == "warning") {
+        answer.warnings.push_back(rest);
+    } else {
+        wrong();
+    }
+}
+
+void read_scenario_line(Scenario& scenario, const std::string& word, const std::string& rest,
+                        const std::vector<std::string>& fields,
+                        const std::function<void()>& wrong) {
+    if (word == "api") {
+        std::istringstream numbers(rest);
+        if (!(numbers >> scenario.api_major >> scenario.api_minor)) wrong();
+    } else if (word == "meta" && fields.size() == 2) {
+        scenario.metadata.push_back({as_text(fields[0]), as_text(fields[1])});
+    } else if (word == "core" && fields.size() == 2) {
+        scenario.cores.push_back({as_text(fields[0]), as_text(fields[1])});
+    } else if (word == "core_cap" && fields.size() == 3) {
+        scenario.core_caps.push_back({fields[0], {as_text(fields[1]), as_text(fields[2])}});
+    } else if (word == "fail" && (fields.size() == 2 || fields.size() == 3)) {
+        Failure failure;
+        failure.status = static_cast<shadex_u32>(std::stoul(fields[1]));
+        if (fields.size() == 3) failure.skip = std::stoul(fields[2]);
+        scenario.failures[fields[0]] = failure;
+    } else if (word == "break" && fields.size() == 1) {
+        scenario.breaks.push_back(fields[0]);
+    } else if (word == "compile") {
+        scenario.answers.emplace_back();
+    } else {
+        wrong();
+    }
+}
+
+Scenario read_scenario() {
+    Scenario scenario;
+    std::ifstream file(library_path() + ".scenario");
+    bool in_answer = false;
+    size_t number = 0;
+    for (std::string line; std::getline(file, line);) {
+        ++number;
+        if (line.empty() || line[0] == '#') continue;
+        size_t space = line.find(' ');
+        std::string word = line.substr(0, space);
+        std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
+        std::vector<std::string> fields = fields_of(rest);
+        auto wrong = [&] { log_line("scenario_error\tline " + std::to_string(number) + ": " + line); };
+        try {
+            if (in_answer && word == "end") {
+                in_answer = false;
+            } else if (in_answer) {
+                read_answer_line(scenario.answers.back(), word, rest, fields, wrong);
+            } else {
+                read_scenario_line(scenario, word, rest, fields, wrong);
+                in_answer = word == "compile";
+            }
+        } catch (const std::exception&) {  // a number that does not parse
+            wrong();
+        }
+    }
+    return scenario;
+}
+
+// The status an entry point must fail with, or 0. The current call is
+// already in the log.
+shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) {
+    auto found = scenario.failures.find(entry);
+    if (found == scenario.failures.end()) return 0;
+    size_t earlier_calls = logged_calls(entry) - 1;
+    shadex_u32 status = earlier_calls >= found->second.skip ? found->second.status : 0;
+    if (status != 0) log_line(entry + "_failed\tstatus=" + std::to_string(status));
+    return status;
+}
+
+[[maybe_unused]] std::string escaped(const char* bytes, size_t length) {
+    std::string text;
+    char hex[8];
+    for (size_t i = 0; i < length; ++i) {
+        unsigned char c = static_cast<unsigned char>(bytes[i]);
+        if (c == '\n') text += "\\n";
+        else if (c == '\t') text += "\\t";
+        else if (c == '\\') text += "\\\\";
+        else if (c >= 0x20 && c < 0x7f) text += static_cast<char>(c);
+        else {
+            std::snprintf(hex, sizeof(hex), "\\x%02x", c);
+            text += hex;
+        }
+    }
+    return text;
+}
+
+[[maybe_unused]] std::string text_or_null(const char* text) { return text ? text : "<null>"; }
+
+void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible_list& list,
+               bool odd) {
+    for (const Pair& pair : pairs) {
+        storage.pointers.push_back(storage.keep(pair.key));
+        storage.pointers.push_back(storage.keep(pair.value));
+    }
+    if (odd) storage.pointers.push_back(storage.keep(std::string("dangling")));
+    list.count = static_cast<shadex_u32>(storage.pointers.size());
+    list.entries = storage.pointers.data();
+}
+
+[[maybe_unused]] bool answer_applies(const CompileAnswer& answer,
+                    const std::vector<std::pair<std::string, std::string>>& options,
+                    const std::string& source) {
+    for (const auto& condition : answer.option_conditions) {
+        bool sent = false;
+        for (const auto& option : options) sent = sent || option == condition;
+        if (!sent) return false;
+    }
+    for (const auto& wanted : answer.source_conditions)
+        if (source.find(wanted) == std::string::npos) return false;
+    return true;
+}
+
+void release(const char* entry, shadex_u32 id) {
+    log_line(std::string(entry) + (free_storage(id) ? "" : "\tunknown"));
+}
+
+}  // namespace
+
+shadex_u32 shadex_get_api_version(shadex_api_version* version) {
+    Scenario scenario = read_scenario();
+    log_line("get_api_version");
+    version->major = scenario.api_major;
+    version->minor = scenario.api_minor;
+    return 0;
+}
+
+shadex_u32 shadex_get_capabilities(shadex_capabilities* capabilities) {
+    Scenario scenario = read_scenario();
+    log_line("get_capabilities");
+    shadex_u32 status = injected_failure(scenario, "get_capabilities");
+    if (status != 0) return status;
+    auto [id, storage] = new_storage();
+    capabilities->padding_ = id;
+    fill_list(*storage, scenario.metadata, capabilities->metadata, scenario.broken("metadata_odd"));
+    if (scenario.broken("metadata")) capabilities->metadata = {2, 0, nullptr};
+    for (const Pair& core : scenario.cores)
+        storage->cores.push_back({storage->keep(core.key), storage->keep(core.value)});
+    capabilities->core_count = static_cast<shadex_u32>(storage->cores.size());
+    capabilities->cores = storage->cores.data();
+    if (scenario.broken("cores")) {
+        capabilities->core_count = 1;
+        capabilities->cores = nullptr;
+    }
+    return 0;
+}
+
+void shadex_release_capabilities(shadex_capabilities* capabilities) {
+    release("release_capabilities", capabilities->padding_);
+}
+
+#ifndef SCRIPTED_NO_CORE_SPECIFIC
+shadex_u32 shadex_get_core_specific_capabilities(const shadex_hardware_core* core,
+                                                 shadex_core_specific_capabilities* capabilities) {
+    Scenario scenario = read_scenario();
+    std::string name = text_or_null(core->core);
+    log_line("get_core_specific_capabilities\t" + name + "\t" + text_or_null(core->revision));
+    shadex_u32 status = injected_failure(scenario, "get_core_specific_capabilities");
+    if (status != 0) return status;
+    auto [id, storage] = new_storage();
+    std::vector<Pair> pairs;
+    for (const auto& [core_name, pair] : scenario.core_caps)
+        if (core_name == name) pairs.push_back(pair);
+    capabilities->capabilities.padding_ = id;
+    fill_list(*storage, pairs, capabilities->capabilities, false);
+    if (scenario.broken("core_cap")) capabilities->capabilities = {2, id, nullptr};
+    return 0;
+}
+
+void shadex_release_core_specific_capabilities(shadex_core_specific_capabilities* capabilities) {
+    release("release_core_specific_capabilities", capabilities->capabilities.padding_);
+}
+#endif
+
+#ifndef SCRIPTED_NO_COMPILE
+shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) {
+    Scenario scenario = read_scenario();
+    std::vector<std::pair<std::string, std::string>> options;
+    for (shadex_u32 i = 0; i + 1 < inputs->options.count; i += 2)
+        options.emplace_back(text_or_null(inputs->options.entries[i]),
+                             text_or_null(inputs->options.entries[i + 1]));
+
+    const char* bytes = static_cast<const char*>(inputs->source);
+    size_t length = bytes ? std::strlen(bytes) : 0;
+    for (const auto& [key, value] : options)
+        if (key == "spirv_binary_length") length = std::stoul(value);
+    std::string source = bytes ? std::string(bytes, length) : std::string();
+
+    std::string line = "compile\tcore=" + text_or_null(inputs->hardware.core) +
+                       "\trevision=" + text_or_null(inputs->hardware.revision);
+    for (const auto& [key, value] : options) line += "\t" + key + "=" + value;
+    line += "\tsource_length=" + std::to_string(length);
+    line += "\tsource=" + escaped(source.data(), std::min<size_t>(length, 512));
+
+    const CompileAnswer* answer = nullptr;
+    for (const CompileAnswer& candidate : scenario.answers) {
+        if (answer_applies(candidate, options, source)) {
+            answer = &candidate;
+            break;
+        }
+    }
+    log_line(line);
+    shadex_u32 status = injected_failure(scenario, "compile");
+    if (status == 0 && answer && answer->status != 0) {
+        status = answer->status;
+        log_line("compile_failed\tstatus=" + std::to_string(status));
+    }
+
+    auto [id, storage] = new_storage();
+    outputs->padding0_ = id;
+    if (!answer) return status;
+    for (const Variant& variant : answer->variants) {
+        storage->variant_pointers.emplace_back();
+        for (const Pair& stat : variant.stats) {
+            storage->variant_pointers.back().push_back(storage->keep(stat.key));
+            storage->variant_pointers.back().push_back(storage->keep(stat.value));
+        }
+    }
+    for (const auto& pointers : storage->variant_pointers)
+        storage->variants.push_back(
+            {static_cast<shadex_u32>(pointers.size()), 0, pointers.data()});
+    for (const auto& error : answer->errors) storage->errors.push_back(storage->keep(error));
+    for (const auto& warning : answer->warnings)
+        storage->warnings.push_back(storage->keep(warning));
+    outputs->variant_count = static_cast<shadex_u32>(storage->variants.size());
+    outputs->variants = storage->variants.data();
+    outputs->error_count = static_cast<shadex_u32>(storage->errors.size());
+    outputs->errors = storage->errors.data();
+    outputs->warning_count = static_cast<shadex_u32>(storage->warnings.size());
+    outputs->warnings = storage->warnings.data();
+    return status;
+}
+#endif
+
+void shadex_release_outputs(shadex_outputs* outputs) {
+    release("release_outputs", outputs->padding0_);
+}

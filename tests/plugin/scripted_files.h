@@ -1,0 +1,32 @@
+// Installing copies of the scripted back-end under driver-pattern names and
+// reading back what they logged. The build passes SCRIPTED_BACKEND, the path
+// of the full build; the variants lie beside it.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+enum class ScriptedVariant {
+    Full,
+    NoCoreSpecific,  // exports no core-specific entry points
+    NoCompile,       // exports no shadex_compile
+};
+
+std::string scripted_backend_library(ScriptedVariant variant = ScriptedVariant::Full);
+
+// Copies the back-end to root/subdir/file_name (subdir may be empty; missing
+// directories are created), writes its scenario beside it and returns the
+// copy's path.
+std::string install_scripted_backend(const std::string& root, const std::string& subdir,
+                                     const std::string& file_name, const std::string& scenario,
+                                     ScriptedVariant variant = ScriptedVariant::Full);
+
+// The copy's call log, one entry per line; empty when it was never called.
+std::vector<std::string> read_scripted_log(const std::string& library_path);
+
+// Log lines of one entry point: the line is the name or starts with name + tab.
+size_t count_calls(const std::vector<std::string>& log, const std::string& entry);
+
+// The log lines of one entry point, in order.
+std::vector<std::string> calls_of(const std::vector<std::string>& log, const std::string& entry);

@@ -1,0 +1,37 @@
+// A private directory laid out like an install (graphics/, opencl/) into
+// which tests drop copies of the scripted back-end.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "plugin/scripted_files.h"
+
+class BackendDir {
+public:
+    BackendDir();
+    ~BackendDir();
+    BackendDir(const BackendDir&) = delete;
+    BackendDir& operator=(const BackendDir&) = delete;
+
+    const std::string& path() const { return root; }
+    // Installs a copy under subdir/file_name and returns its path.
+    std::string add(const std::string& subdir, const std::string& file_name,
+                    const std::string& scenario,
+                    ScriptedVariant variant = ScriptedVariant::Full) const;
+
+private:
+    std::string root;
+};
+
+// Joins scenario lines with line ends.
+std::string lines(const std::vector<std::string>& scenario_lines);
+
+// Every record the library handed out was released exactly once.
+void expect_all_released(const std::vector<std::string>& log);
+
+// The options of the n-th logged compile call, as "key=value" texts in order.
+std::vector<std::string> compile_options(const std::vector<std::string>& log, size_t n = 0);
+// One field ("source", "core", ...) of the n-th logged compile call.
+std::string compile_field(const std::vector<std::string>& log, const std::string& field,
+                          size_t n = 0);
