@@ -1,0 +1,20 @@
+// The jobs the command line can ask for: compile, list the cores, describe one core.
+#pragma once
+
+#include <string>
+
+#include "common/vocabulary.h"
+#include "compiler/compiler_manager.h"
+#include "driver/ombra_output.h"
+#include "driver/option_set.h"
+
+// The compiler for a core name (already normalised) and API, or null when
+// "default" names no compiler. Throws the usage errors for unknown or
+// unsuitable cores.
+Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type,
+                             SourceType stage);
+
+// Each returns the process exit status.
+int run_list_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);
+int run_info_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);
+int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);

@@ -1,0 +1,57 @@
+// shadex: one job per run (compile, list or info), one report, exit 0, 1 or 2.
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <tclap/CmdLine.h>
+
+#include "common/platform.h"
+#include "compiler/compiler_manager.h"
+#include "driver/compile_job.h"
+#include "driver/ombra_output.h"
+#include "driver/option_set.h"
+
+namespace {
+
+int run(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
+        std::vector<std::string>& args) {
+    options.cmd.parse(args);
+    output.validate_exclusive_args();
+
+    const std::string& out_name = options.output.getValue();
+    if (!out_name.empty() && !output.open_out_file(out_name))
+        throw TCLAP::ArgParseException("Could not create output file: " + out_name);
+
+    if (options.list.getValue()) return run_list_job(options, manager, output);
+    if (options.info.getValue()) return run_info_job(options, manager, output);
+    return run_compile_job(options, manager, output);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    OmbraOutput output;
+    try {
+        OptionSet options(output);
+        CompilerManager manager(get_executable_dir());
+
+        // Usage text shows the bare program name.
+        std::vector<std::string> args(argv, argv + argc);
+        if (!args.empty()) {
+            size_t sep = args[0].find_last_of(get_path_sep());
+            if (sep != std::string::npos) args[0] = args[0].substr(sep + 1);
+        }
+        try {
+            return run(options, manager, output, args);
+        } catch (TCLAP::ArgException& e) {
+            output.failure(options.cmd, e);
+        }
+    } catch (TCLAP::ExitException& e) {
+        return e.getExitStatus();
+    } catch (const std::exception& e) {
+        output.error() << std::endl << "ERROR: " << e.what() << std::endl;
+        return 2;
+    }
+    return 2;
+}

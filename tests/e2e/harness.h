@@ -1,0 +1,57 @@
+// Runs the real shadex binary as a user would and captures what it prints.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct RunResult {
+    std::string out;
+    std::string err;
+    int status = -1;  // exit status, or 128 + signal number when killed
+};
+
+struct RunOptions {
+    std::string stdin_data;
+    std::string working_dir;                                  // "" keeps the current one
+    std::map<std::string, std::optional<std::string>> env;   // nullopt unsets
+    int timeout_seconds = 60;
+};
+
+RunResult run_program(const std::string& program, const std::vector<std::string>& args,
+                      const RunOptions& options = {});
+
+// A private directory removed with everything in it when the object dies.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& path() const { return dir; }
+    std::string file(const std::string& name) const { return dir + "/" + name; }
+    std::string write(const std::string& name, const std::string& content) const;
+
+private:
+    std::string dir;
+};
+
+std::string read_file(const std::string& path);
+
+// A copy of shadex in a private directory with empty graphics/ and opencl/
+// beside it, so each test chooses exactly which back-ends exist.
+class Install {
+public:
+    Install();
+    const std::string& dir() const { return root.path(); }
+    std::string binary() const { return root.file("shadex"); }
+    RunResult run(const std::vector<std::string>& args, const RunOptions& options = {}) const;
+
+private:
+    TempDir root;
+};
+
+// The shadex of the build tree, with whatever back-ends the build put beside it.
+RunResult run_shadex(const std::vector<std::string>& args, const RunOptions& options = {});
