@@ -1,0 +1,226 @@
+// The catalogue reports as a user reads them: --list over several scripted
+// libraries, and --info for cores with and without each API.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "e2e/harness.h"
+#include "e2e/scripted_install.h"
+
+namespace {
+
+using nlohmann::json;
+
+const std::string HEADER =
+    "Koro Offline Compiler v8.8.1 (Build 73b41e)\n"
+    "Copyright (c) 2026 The shadex authors. All rights reserved.\n\n";
+
+std::string text_body(const RunResult& result) {
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out.compare(0, HEADER.size(), HEADER), 0) << result.out;
+    EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n');
+    return result.out.substr(std::min(HEADER.size(), result.out.size()));
+}
+
+json json_body(const RunResult& result) {
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n');
+    json document = json::parse(result.out, nullptr, false);
+    EXPECT_FALSE(document.is_discarded()) << result.out;
+    return document;
+}
+
+TEST(CatalogueReport, ListGroupsCoresByArchitecture) {
+    Install install;
+    // The OpenCL library's driver text sorts first, so its cores are met
+    // first (newest first within it), whatever order it lists them in.
+    add_backend(install, "opencl", "libKoro-Nxx_r20p0-00rel0.so", R"(meta flexible_version | 3.0.0
+meta compiler_type | opencl
+core Koro-N22 | r1p0
+core Koro-N68 | r0p1
+)");
+    add_backend(install, "graphics", "libKoro-Nxx_r30p0-00rel0.so", R"(meta flexible_version | 3.0.0
+meta compiler_type | openglessl
+meta openglessl_version | 100 300 310 320
+meta spirv | true
+core Koro-N503 | r0p0
+core Koro-N68 | r0p1
+core Koro-N1-Ultra | r0p0
+)");
+
+    EXPECT_EQ(text_body(install.run({"--list"})), R"(Pelion architecture
+===================
+
+Koro-N68 (OpenGL ES, Vulkan, OpenCL)
+
+Ostrem architecture
+===================
+
+Koro-N22 (OpenCL)
+
+Ovyn 5th Generation architecture
+================================
+
+Koro N1 (OpenGL ES, Vulkan)
+
+Pelion architecture
+===================
+
+Koro-N503 (OpenGL ES, Vulkan)
+
+Use "shadex --info --core <name>" to get details about a specific GPU.
+)");
+
+    json document = json_body(install.run({"--list", "--format", "json"}));
+    EXPECT_EQ(document["schema"], json({{"name", "list"}, {"version", 0}}));
+    EXPECT_EQ(document["producer"]["name"], "Koro Offline Compiler");
+    EXPECT_EQ(document["cores"], json::parse(R"([
+        {"apis": ["OpenGL ES", "Vulkan", "OpenCL"], "core": "Koro-N68"},
+        {"apis": ["OpenCL"], "core": "Koro-N22"},
+        {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro N1"},
+        {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro-N503"}])"));
+
+    // Either spelling of that core's variants names the catalogue entry.
+    std::string info = text_body(install.run({"--info", "-c", "Koro-N1-Ultra"}));
+    EXPECT_EQ(info.rfind("Configuration\n=============\n\nHardware: Koro N1 r0p0\n"
+                         "Architecture: Ovyn 5th Generation\nDriver: r30p0-00rel0\n\n",
+                         0),
+              0u)
+        << info;
+}
+
+class CoreInfo : public ::testing::Test {
+protected:
+    Install install;
+
+    // Graphics and OpenCL libraries of one driver release. The graphics one
+    // describes each core itself; its probe of GL_OES_texture_3D fails, and
+    // on the Tarsel core the OpenCL probe of cl_ovyn_printf fails.
+    CoreInfo() {
+        add_backend(install, "graphics", "libKoro-Nxx_r40p0-00rel0.so", R"(meta flexible_version | 4.0.0
+meta compiler_type | openglessl
+core Koro-N68 | r0p1
+core Koro-N22 | r1p0
+core Koro-L220 | r0p0
+core_cap Koro-N68 | openglessl_version | 100 300 310 320
+core_cap Koro-N68 | openglessl_extensions | GL_OES_texture_3D GL_EXT_shader_io_blocks GL_EXT_geometry_shader
+core_cap Koro-N68 | spirv_version | 1.0 1.3
+core_cap Koro-N68 | spirv_extensions | SPV_KHR_multiview SPV_KHR_16bit_storage
+core_cap Koro-N22 | openglessl_version | 100 300 310
+core_cap Koro-N22 | openglessl_extensions | GL_OES_texture_3D
+core_cap Koro-N22 | spirv_version | 1.5
+core_cap Koro-L220 | openglessl_version | 100 300 310 320
+core_cap Koro-L220 | openglessl_extensions | GL_EXT_geometry_shader GL_OES_texture_3D
+compile
+when source | #extension GL_OES_texture_3D : require
+status 3
+end
+)");
+        add_backend(install, "opencl", "libKoro-Nxx_r40p0-00rel0.so", R"(meta flexible_version | 3.0.0
+meta compiler_type | opencl
+meta opencl_version | 120 200 300
+meta opencl_extensions | cl_ovyn_printf cl_khr_fp16
+core Koro-N68 | r0p1
+core Koro-L220 | r0p0
+compile
+when source | #error cl_ovyn_printf
+status 1
+end
+)");
+    }
+
+    std::string info(const std::string& core) {
+        return text_body(install.run({"--info", "-c", core}));
+    }
+    json info_json(const std::string& core) {
+        return json_body(install.run({"--info", "-c", core, "--format", "json"}));
+    }
+};
+
+TEST_F(CoreInfo, CoreWithEveryApi) {
+    EXPECT_EQ(info("Koro-N68"), R"(Configuration
+=============
+
+Hardware: Koro-N68 r0p1
+Architecture: Pelion
+Driver: r40p0-00rel0
+
+Language Support
+================
+
+OpenGL ES: Version 320
+Vulkan: SPIR-V 1.3
+OpenCL: Version 300
+
+OpenGL ES ESSL Extensions
+=========================
+
+GL_EXT_geometry_shader
+GL_EXT_shader_io_blocks
+
+Vulkan SPIR-V Extensions
+========================
+
+SPV_KHR_16bit_storage
+SPV_KHR_multiview
+
+OpenCL C Extensions
+===================
+
+cl_khr_fp16
+cl_ovyn_printf
+
+)");
+
+    // The SPIR-V version keeps its single-precision expansion.
+    json document = info_json("Koro-N68");
+    EXPECT_NE(document.dump().find(R"("max_version":1.2999999523162842)"), std::string::npos);
+    EXPECT_EQ(document, json::parse(R"({
+        "apis": {
+          "opencl": {"extensions": ["cl_khr_fp16", "cl_ovyn_printf"], "max_version": 300},
+          "opengles": {"extensions": ["GL_EXT_geometry_shader", "GL_EXT_shader_io_blocks"],
+                       "max_version": 320},
+          "vulkan": {"extensions": ["SPV_KHR_16bit_storage", "SPV_KHR_multiview"],
+                     "max_version": 1.2999999523162842}},
+        "driver": "r40p0-00rel0",
+        "hardware": {"architecture": "Pelion", "core": "Koro-N68", "revision": "r0p1"},
+        "producer": )" + document["producer"].dump() + R"(,
+        "schema": {"name": "info", "version": 0}})"));
+}
+
+TEST_F(CoreInfo, CoresWithoutSomeApis) {
+    // Koro-L220 gets no Vulkan compiler and its OpenGL ES version is capped.
+    std::string l220 = info("Koro-L220");
+    EXPECT_NE(l220.find("Architecture: Tarsel\n"), std::string::npos);
+    EXPECT_NE(l220.find("OpenGL ES: Version 310\nVulkan: Not supported\nOpenCL: Version 300\n\n"),
+              std::string::npos)
+        << l220;
+    EXPECT_NE(l220.find("=\n\nGL_EXT_geometry_shader\n\nVulkan SPIR-V Extensions\n"
+                        "========================\n\nNot supported\n\nOpenCL C Extensions\n"
+                        "===================\n\ncl_khr_fp16\n\n"),
+              std::string::npos)
+        << l220;
+    json l220_apis = info_json("Koro-L220")["apis"];
+    EXPECT_EQ(l220_apis["vulkan"], json::parse(R"({"extensions": [], "max_version": null})"));
+    EXPECT_EQ(l220_apis["opencl"]["extensions"], json({"cl_khr_fp16"}));
+
+    // Koro-N22 has no OpenCL; its only OpenGL ES extension fails its probe
+    // and its Vulkan compiler names none.
+    std::string n22 = info("Koro-N22");
+    EXPECT_NE(n22.find("OpenGL ES: Version 310\nVulkan: SPIR-V 1.5\nOpenCL: Not supported\n\n"),
+              std::string::npos)
+        << n22;
+    EXPECT_NE(n22.find("=\n\nNo supported extensions\n\nVulkan SPIR-V Extensions\n"
+                       "========================\n\nExtension support unknown\n\n"
+                       "OpenCL C Extensions\n===================\n\nNot supported\n\n"),
+              std::string::npos)
+        << n22;
+    json n22_apis = info_json("Koro-N22")["apis"];
+    EXPECT_EQ(n22_apis["opencl"], json::parse(R"({"extensions": [], "max_version": null})"));
+    EXPECT_EQ(n22_apis["opengles"], json::parse(R"({"extensions": [], "max_version": 310})"));
+    EXPECT_EQ(n22_apis["vulkan"], json::parse(R"({"extensions": [], "max_version": 1.5})"));
+}
+
+}  // namespace
