@@ -1,0 +1,196 @@
+// Vulkan GLSL source as a user compiles it: the packaged validator beside
+// shadex turns it into SPIR-V, which then reaches the back-end like a module
+// given on the command line.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "e2e/harness.h"
+#include "e2e/scripted_install.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string LIBRARY = "libKoro-Nxx_r20p0-01rel0.so";
+const std::string VULKAN_LIBRARY =
+    "meta compiler_type | openglessl\n"
+    "meta flexible_version | 4.0.0\n"
+    "core Koro-N68 | r0p0\n"
+    "core_cap Koro-N68 | spirv_version | 130\n"
+    "core_cap Koro-N68 | openglessl_version | 320\n";
+const std::string PACKAGED_VALIDATOR = SHADEX_BIN_DIR "/external/glslang";
+const std::string RELAXED_WARNING =
+    "WARNING: X0003: GLSL to SPIR-V conversion required relaxed syntax and semantic checks";
+
+std::string fragment_shader(const std::string& function, const std::string& body) {
+    return "#version 450\nlayout(location = 0) out vec4 color;\nvoid " + function + "() {\n" +
+           body + "\n}\n";
+}
+
+std::vector<std::string> lines_starting(const std::string& text, const std::string& prefix) {
+    std::vector<std::string> found;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        std::string line = text.substr(start, end - start);
+        if (line.compare(0, prefix.size(), prefix) == 0) found.push_back(line);
+        start = end + 1;
+    }
+    return found;
+}
+
+class VulkanGlsl : public ::testing::Test {
+protected:
+    Install install;
+    TempDir files;
+    TempDir temp;  // TMP of every run
+
+    std::string validator() const { return install.dir() + "/external/glslang"; }
+
+    void SetUp() override {
+        add_backend(install, "graphics", LIBRARY, VULKAN_LIBRARY);
+        fs::create_directories(install.dir() + "/external");
+        fs::create_symlink(PACKAGED_VALIDATOR, validator());
+    }
+
+    // The conversion cleans up after itself on every path.
+    void TearDown() override {
+        for (const auto& entry : fs::directory_iterator(temp.path()))
+            ADD_FAILURE() << "left behind: " << entry.path();
+    }
+
+    // Removes the link first: writing through it would overwrite the build's copy.
+    void replace_validator(const std::optional<std::string>& script) {
+        fs::remove(validator());
+        if (!script) return;
+        files.write("validator", "#!/bin/sh\n" + *script);
+        fs::copy_file(files.file("validator"), validator());
+        fs::permissions(validator(), fs::perms::owner_all);
+    }
+
+    RunResult run(const std::vector<std::string>& args) {
+        RunOptions options;
+        options.working_dir = files.path();
+        options.env["TMP"] = temp.path();
+        return install.run(args, options);
+    }
+
+    std::vector<std::string> compile_calls() {
+        std::vector<std::string> calls;
+        for (const auto& line : read_log(install, "graphics", LIBRARY))
+            if (line.compare(0, 8, "compile\t") == 0) calls.push_back(line);
+        return calls;
+    }
+};
+
+TEST_F(VulkanGlsl, SourceReachesTheBackendAsSpirv) {
+    files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
+    RunResult result = run({"--vulkan", "-f", "shader.frag"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_NE(result.out.find("Shader type: Vulkan Fragment\n"), std::string::npos) << result.out;
+    EXPECT_EQ(result.out.find("X0003"), std::string::npos);
+
+    std::vector<std::string> calls = compile_calls();
+    ASSERT_EQ(calls.size(), 1u);
+    for (const char* piece : {"\tcore=Koro-N68\t", "\tshader_type=fragment\t", "\tspirv=true\t",
+                              "\tspirv_entrypoint_name=main\t", "\tsource=\\x03\\x02#\\x07"})
+        EXPECT_NE(calls[0].find(piece), std::string::npos) << piece << "\n" << calls[0];
+}
+
+TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
+    // glslang reports two errors for line 4, then "compilation terminated",
+    // "No code generated" and a link error: only the first two are real.
+    files.write("broken.frag", fragment_shader("main", "    color = undefined_one;"));
+    RunResult result = run({"--vulkan", "-f", "broken.frag"});
+    EXPECT_EQ(result.status, 1) << result.err;
+    EXPECT_NE(result.out.find("\nCompilation failed.\n"), std::string::npos) << result.out;
+
+    std::vector<std::string> errors = lines_starting(result.out, "ERROR: ");
+    ASSERT_EQ(errors.size(), 2u) << result.out;
+    EXPECT_EQ(errors[0].rfind("ERROR: 0:4: X0000: 'undefined_one' : undeclared identifier", 0), 0u)
+        << errors[0];
+    EXPECT_EQ(errors[1].rfind("ERROR: 0:4: X0000: 'assign' : ", 0), 0u) << errors[1];
+    EXPECT_TRUE(compile_calls().empty());
+}
+
+TEST_F(VulkanGlsl, OtherEntryPointNeedsRelaxedChecks) {
+    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
+    RunResult result = run({"--vulkan", "-f", "shade.frag", "-n", "shade"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find(RELAXED_WARNING + "\n"), std::string::npos) << result.out;
+    std::vector<std::string> calls = compile_calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_NE(calls[0].find("\tspirv_entrypoint_name=main\t"), std::string::npos) << calls[0];
+}
+
+TEST_F(VulkanGlsl, UntrustedValidatorIsRefused) {
+    std::string banner = lines_starting(run_program(PACKAGED_VALIDATOR, {"-v"}).out, "").front();
+    files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
+    const std::optional<std::string> validators[] = {
+        std::nullopt,                                   // not there at all
+        "echo 'Glslang Version: 11:14.0.0'\n",          // another release
+        "echo ' " + banner + "'\n",                     // banner not at the start
+        "echo '" + banner + "'\nexit 1\n",              // right banner, failing
+    };
+    for (const auto& script : validators) {
+        replace_validator(script);
+        RunResult result = run({"--vulkan", "-f", "shader.frag"});
+        EXPECT_EQ(result.status, 2) << script.value_or("missing");
+        EXPECT_NE(result.err.find("\nERROR: Packaged glslang binary not found\n"), std::string::npos)
+            << script.value_or("missing") << "\n" << result.err;
+    }
+    EXPECT_TRUE(compile_calls().empty());
+}
+
+TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
+    // A pass-through that logs each call's arguments, tab-separated, one call a line.
+    const std::string args_log = files.file("validator-args.log");
+    replace_validator("for arg in \"$@\"; do printf '%s\\t' \"$arg\"; done >> '" + args_log +
+                      "'\necho >> '" + args_log + "'\nexec '" + PACKAGED_VALIDATOR + "' \"$@\"\n");
+    files.write("tint.frag", fragment_shader("main", "    color = TINT;"));
+    const std::vector<std::string> defines = {
+        "X=$(touch PWNED)", "Y=1; touch PWNED", "Q=\"it's\" `touch PWNED`",
+        "TINT=vec4(0.25, 0.5, 0.75, 1.0)"};
+    std::vector<std::string> args = {"--vulkan", "-f", "tint.frag"};
+    for (const auto& define : defines) args.insert(args.end(), {"-D", define});
+
+    RunResult defined = run(args);
+    EXPECT_EQ(defined.status, 0) << defined.out << defined.err;
+    std::vector<std::string> calls = lines_starting(read_file(args_log), "-V\t");
+    ASSERT_EQ(calls.size(), 1u) << read_file(args_log);
+    EXPECT_EQ(calls[0].rfind("-V\t" + temp.path() + "/shadex-", 0), 0u) << calls[0];
+    EXPECT_NE(calls[0].find("/.frag\t-o\t"), std::string::npos) << calls[0];
+    size_t at = calls[0].find("/temp-binary.spv\t--target-env\tspirv1.3\t");
+    EXPECT_NE(at, std::string::npos) << calls[0];
+    for (const auto& define : defines) {  // in order, each one argument
+        at = calls[0].find("\t-D" + define + "\t", at);
+        EXPECT_NE(at, std::string::npos) << define << "\n" << calls[0];
+    }
+    // TINT took effect: the module holds the constant 0.25 (0x3e800000).
+    std::vector<std::string> compiles = compile_calls();
+    ASSERT_EQ(compiles.size(), 1u);
+    EXPECT_NE(compiles[0].find("\\x00\\x00\\x80>"), std::string::npos) << compiles[0];
+
+    // No such function exists, so the silenced validator yields no module.
+    const std::string name = "shade$(touch PWNED); \"x y\"";
+    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
+    RunResult named = run({"--vulkan", "-f", "shade.frag", "-n", name});
+    EXPECT_EQ(named.status, 2);
+    EXPECT_NE(named.err.find("Specified shader stage does not match SPIR-V binary."),
+              std::string::npos)
+        << named.err;
+    calls = lines_starting(read_file(args_log), "-V\t");
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_NE(calls[1].find("\t--source-entrypoint\t" + name + "\t-e\tmain\t-s\t"),
+              std::string::npos)
+        << calls[1];
+
+    EXPECT_FALSE(fs::exists(files.file("PWNED")));
+    EXPECT_FALSE(fs::exists(install.dir() + "/PWNED"));
+}
+
+}  // namespace
