@@ -107,8 +107,9 @@ const Bytes& nul_terminated(const Bytes& source, Bytes& copy) {
     return copy;
 }
 
-std::string as_version_text(uint32_t version) {
-    return std::to_string(version / 100) + "." + std::to_string(version / 10 % 10);
+// The OpenCL C standard in the form the compile job sends it ("CL1.2").
+std::string as_cl_std(uint32_t version) {
+    return "CL" + std::to_string(version / 100) + "." + std::to_string(version / 10 % 10);
 }
 
 }  // namespace
@@ -207,7 +208,7 @@ void Compiler::validate_opencl_extensions() {
     for (const std::string& name : std::set<std::string>(extensions)) {
         Bytes source = as_bytes("\n#ifdef " + name + "\nkernel void k() {}\n#else\n#error " + name +
                                 "\n#endif\n");
-        if (!probe(source, SourceType::Kernel, as_version_text(version), "k"))
+        if (!probe(source, SourceType::Kernel, as_cl_std(version), "k"))
             extensions.erase(name);
     }
 }

@@ -48,3 +48,26 @@ std::vector<std::string> calls_of(const std::vector<std::string>& log, const std
 size_t count_calls(const std::vector<std::string>& log, const std::string& entry) {
     return calls_of(log, entry).size();
 }
+
+std::string release_problems(const std::vector<std::string>& log) {
+    std::string problems;
+    for (const std::string& line : log)
+        if (line.find("\tunknown") != std::string::npos ||
+            line.find("scenario_error") != std::string::npos)
+            problems += line + "\n";
+    auto pair_up = [&](const std::string& get, const std::string& release) {
+        size_t handed_out = count_calls(log, get) - count_calls(log, get + "_failed");
+        size_t released = count_calls(log, release);
+        if (handed_out != released)
+            problems += get + " handed out " + std::to_string(handed_out) + ", " + release + " " +
+                        std::to_string(released) + "\n";
+    };
+    pair_up("get_capabilities", "release_capabilities");
+    pair_up("get_core_specific_capabilities", "release_core_specific_capabilities");
+    // A failed compile still hands out its outputs record.
+    size_t compiles = count_calls(log, "compile");
+    if (compiles != count_calls(log, "release_outputs"))
+        problems += "compile called " + std::to_string(compiles) + ", release_outputs " +
+                    std::to_string(count_calls(log, "release_outputs")) + "\n";
+    return problems;
+}

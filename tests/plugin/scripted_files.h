@@ -30,3 +30,8 @@ size_t count_calls(const std::vector<std::string>& log, const std::string& entry
 
 // The log lines of one entry point, in order.
 std::vector<std::string> calls_of(const std::vector<std::string>& log, const std::string& entry);
+
+// What is wrong with the copy's record handling: records handed back that it
+// never handed out (or twice), scenario mistakes, and get/release counts that
+// do not pair up. Empty when every record came back exactly once.
+std::string release_problems(const std::vector<std::string>& log);

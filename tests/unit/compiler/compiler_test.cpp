@@ -299,7 +299,7 @@ TEST(Compiler, ProbesOpenClExtensionsOnTarselOnly) {
               "\\n#ifdef cl_khr_3d_image_writes\\nkernel void k() {}\\n#else\\n#error "
               "cl_khr_3d_image_writes\\n#endif\\n");
     EXPECT_EQ(compile_options(log, 0), (Options{"compiler_type=opencl", "shader_type=kernel",
-                                                "kernel_name=k", "cl_std=1.2"}));
+                                                "kernel_name=k", "cl_std=CL1.2"}));
 
     Compiler& current = catalogue.get("Koro N1", CompilerType::OpenCL);
     current.get_extensions();

@@ -1,0 +1,283 @@
+// The back-end layer as a user meets it: which libraries load, in which order
+// they are consulted, which cores and APIs the catalogue then offers, and
+// which extensions survive probing. Every record a back-end hands out must
+// come back to it exactly once, whatever the run's outcome.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "e2e/harness.h"
+#include "e2e/scripted_install.h"
+
+namespace {
+
+using nlohmann::json;
+
+const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
+
+bool contains(const std::string& text, const std::string& piece) {
+    return text.find(piece) != std::string::npos;
+}
+
+void expect_released_once(const std::vector<std::string>& log) {
+    EXPECT_EQ(release_problems(log), "");
+}
+
+// A private shadex with scripted back-ends beside it and a directory for inputs.
+class Backends {
+public:
+    std::string add(const std::string& subdir, const std::string& name, const std::string& scenario,
+                    ScriptedVariant variant = ScriptedVariant::Full) {
+        libraries.push_back(add_backend(install, subdir, name, scenario, variant));
+        return libraries.back();
+    }
+    std::string write(const std::string& name, const std::string& content) const {
+        return files.write(name, content);
+    }
+    // Starts every log afresh, so each run is checked on its own.
+    RunResult run(const std::vector<std::string>& args) {
+        for (const std::string& library : libraries) std::ofstream(library + ".log");
+        RunOptions options;
+        options.working_dir = files.path();
+        RunResult result = install.run(args, options);
+        for (const std::string& library : libraries)
+            expect_released_once(read_scripted_log(library));
+        return result;
+    }
+
+private:
+    Install install;
+    TempDir files;
+    std::vector<std::string> libraries;
+};
+
+std::vector<std::string> compiles(const std::string& library) {
+    return calls_of(read_scripted_log(library), "compile");
+}
+
+void expect_error(const RunResult& result, const std::string& message) {
+    std::string last_line = "\nERROR: " + message + "\n";
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())),
+              last_line);
+}
+
+void expect_usage_error(const RunResult& result, const std::string& message) {
+    EXPECT_EQ(result.status, 2);
+    EXPECT_TRUE(contains(result.err, "ERROR:  \n   " + message + "\n")) << result.err;
+}
+
+json json_of(const RunResult& result) {
+    EXPECT_EQ(result.status, 0) << result.err;
+    return json::parse(result.out, nullptr, false);
+}
+
+TEST(BackendCatalogue, LibraryLoading) {
+    const std::string v3 = "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n";
+    const std::string v41 = "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n";
+    const ScriptedVariant full = ScriptedVariant::Full;
+    const struct {
+        std::string file, scenario;
+        ScriptedVariant variant;
+        std::string message;  // "@" stands for the library's path; empty: it loads
+    } cases[] = {
+        {LIBRARY, v3, ScriptedVariant::NoCompile, "Library load error : @"},
+        {LIBRARY, "api 1 2\n" + v3, full, "Library load error : @"},
+        {LIBRARY, "meta flexible_version | 4.7.0\n", full,
+         "Flexible_version is expected to be 3.x or 4.0/6 but its 4.7.0 : @"},
+        {LIBRARY, "meta compiler_type | opencl\n", full,
+         "Flexible_version is expected to be 3.x or 4.0/6 but its 0.0.0 : @"},
+        {LIBRARY, "meta flexible_version | 4.6\n", full, "Library load error : @"},
+        {"libKoro-Nxx_r20p0-08rel0.so", v3, full, "Library load error : Koro-Nxx_r20p0-08rel0"},
+        {"libshader.so", v3, full, "Library load error : shader"},
+        {LIBRARY, "fail get_capabilities | 5\n" + v3, full, "Library load error : @"},
+        {LIBRARY, "break metadata_odd\n" + v3, full,
+         "Library load error : @ : malformed metadata (odd entry count 5, the last key has no "
+         "value)"},
+        // The second capabilities call, and core capabilities, build the catalogue.
+        {LIBRARY, "fail get_capabilities | 5 | 1\n" + v3, full, "Compiler load error"},
+        {LIBRARY, "break cores\n" + v3, full,
+         "Compiler load error : @ : malformed core list (1 cores announced but none given)"},
+        {LIBRARY, v41 + "core Koro-N68 | r0p0\nfail get_core_specific_capabilities | 3\n", full,
+         "Compiler load error"},
+        // Interface 1.0 needs no core-specific entry points, but cannot answer them.
+        {LIBRARY, "api 1 0\n" + v41 + "core Koro-N68 | r0p0\n", ScriptedVariant::NoCoreSpecific,
+         "Compiler load error"},
+        {LIBRARY, "api 1 0\nmeta flexible_version | 3.99.0\n", ScriptedVariant::NoCoreSpecific, ""},
+        {LIBRARY, "meta flexible_version | 4.6.9\n", full, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file + "\n" + c.scenario);
+        Backends shadex;
+        std::string path = shadex.add("graphics", c.file, c.scenario, c.variant);
+        std::string message = c.message;
+        if (size_t at = message.find('@'); at != std::string::npos) message.replace(at, 1, path);
+        if (message.empty())
+            EXPECT_EQ(shadex.run({"--list"}).status, 0);
+        else
+            expect_error(shadex.run({"--list"}), message);
+    }
+}
+
+TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
+    Backends shadex;
+    // All copies write one log and report their driver as their core's
+    // revision, so the log shows the order in which they were asked.
+    std::string shared = shadex.write("shared.log", "");
+    shared.resize(shared.size() - 4);  // read back like the log of a library "shared"
+    for (const auto& [subdir, driver] : {std::pair{"graphics", "Koro-L100_r99p9-07rel9"},
+                                         {"graphics", "Koro-Nxx_r20p0-01rel0"},
+                                         {"opencl", "Koro-Nxx_r20p0-10rel0"},
+                                         {"graphics", "Koro-Nxx_r21p0-00rel0"},
+                                         {"opencl", "Koro-Nxx_r20p1-00rel0"}}) {
+        std::string path = shadex.add(subdir, std::string("lib") + driver + ".so",
+                                      "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n"
+                                      "core Koro-N68 | " + std::string(driver) + "\n");
+        std::filesystem::create_symlink(shared + ".log", path + ".log");
+    }
+    EXPECT_EQ(shadex.run({"--list"}).status, 0);
+    std::vector<std::string> asked;
+    for (const std::string& call :
+         calls_of(read_scripted_log(shared), "get_core_specific_capabilities"))
+        asked.push_back(call.substr(call.rfind('\t') + 1));
+    EXPECT_EQ(asked, (std::vector<std::string>{"Koro-Nxx_r21p0-00rel0", "Koro-Nxx_r20p1-00rel0",
+                                               "Koro-Nxx_r20p0-10rel0", "Koro-Nxx_r20p0-01rel0",
+                                               "Koro-L100_r99p9-07rel9"}));
+}
+
+TEST(BackendCatalogue, DenylistsAndCoreNameMappings) {
+    Backends shadex;
+    std::string library = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 4.0.0
+meta compiler_type | openglessl
+core Koro-L100 | r0p0
+core Koro-L120 | r0p0
+core Koro-L220 | r0p0
+core Koro N1-Ultra | r0p0
+core_cap Koro-L220 | openglessl_version | 100 300
+core_cap Koro N1-Ultra | openglessl_version | 300,320
+core_cap Koro N1-Ultra | openglessl_extensions | GL_EXT_shader_io_blocks
+core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
+)");
+    EXPECT_EQ(json_of(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
+        {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro N1"},
+        {"apis": ["OpenGL ES"], "core": "Koro-L220"}])"));
+    // Denylisted cores are never asked about; Koro-L220 only for OpenGL ES.
+    EXPECT_EQ(calls_of(read_scripted_log(library), "get_core_specific_capabilities"),
+              (std::vector<std::string>{"get_core_specific_capabilities\tKoro-L220\tr0p0",
+                                        "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0",
+                                        "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0"}));
+
+    json info = json_of(shadex.run({"--info", "-c", "Koro-N1-Ultra", "--format", "json"}));
+    EXPECT_EQ(info["hardware"]["core"], "Koro N1");
+    EXPECT_EQ(info["apis"]["opengles"]["max_version"], 320);
+    EXPECT_FLOAT_EQ(info["apis"]["vulkan"]["max_version"].get<float>(), 1.3f);
+    // The extension probe, like a compile, names the core in the back-end's spelling.
+    EXPECT_EQ(compiles(library).at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
+
+    shadex.write("a.frag", "void main() {}\n");
+    RunResult result = shadex.run({"-c", "Koro N1-Pro", "a.frag"});
+    EXPECT_TRUE(contains(result.out, "Hardware: Koro N1 r0p0\n")) << result.err;
+    EXPECT_EQ(compiles(library).at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
+    expect_usage_error(shadex.run({"-c", "Koro-L100", "a.frag"}),
+                       "Koro-L100 is an invalid target core.");
+}
+
+TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
+    Backends shadex;
+    std::string graphics = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 3.0.0
+meta compiler_type | openglessl
+meta openglessl_version | 300 310
+core Koro-N22 | r1p0
+core Koro-N68 | r0p0
+core Koro-N68 | r1p0
+)");
+    std::string opencl = shadex.add("opencl", LIBRARY, R"(meta flexible_version | 3.0.0
+meta compiler_type | opencl
+core Koro-N22 | r0p0
+)");
+    shadex.write("a.frag", "void main() {}\n");
+    shadex.write("k.cl", "kernel void k() {}\n");
+    EXPECT_EQ(shadex.run({"a.frag"}).status, 0);
+    EXPECT_EQ(compiles(graphics).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
+    EXPECT_EQ(shadex.run({"k.cl", "-n", "k"}).status, 0);
+    EXPECT_EQ(compiles(opencl).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
+    EXPECT_EQ(json_of(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
+}
+
+TEST(BackendCatalogue, VersionListsInMetadata) {
+    for (const auto& [listed, expected] :
+         {std::pair{"120 200", "200"}, {"1.2,3.0", "300"}, {"110, 120", "120"}, {"3.x", ""}}) {
+        Backends shadex;
+        shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+                                      "meta opencl_version | " + std::string(listed) +
+                                      "\ncore Koro-N68 | r0p0\n");
+        RunResult result = shadex.run({"--info", "-c", "Koro-N68"});
+        if (*expected)
+            EXPECT_TRUE(contains(result.out, std::string("OpenCL: Version ") + expected + "\n"));
+        else
+            expect_error(result, "Compiler load error : malformed version list opencl_version = "
+                                 "\"3.x\"");
+    }
+}
+
+TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
+    Backends shadex;
+    std::string graphics = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 3.0.0
+meta compiler_type | openglessl
+meta openglessl_version | 100 300 310 320
+meta openglessl_extensions | GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader
+core Koro-L220 | r0p0
+core Koro-N68 | r0p0
+compile
+when source | GL_EXT_geometry_shader
+status 4
+end
+compile
+when source | GL_EXT_tessellation_shader
+error 0:2: extension not supported
+end
+)");
+    std::string opencl = shadex.add("opencl", LIBRARY, R"(meta flexible_version | 3.0.0
+meta compiler_type | opencl
+meta opencl_extensions | cl_khr_fp16 cl_khr_fp64
+core Koro-L220 | r0p0
+core Koro-N68 | r0p0
+compile
+when source | ifdef cl_khr_fp64
+status 1
+end
+)");
+    // Koro-L220 is held at version 310, which has neither stage built in.
+    shadex.write("a.geom", "void main() {}\n");
+    shadex.write("a.tesc", "void main() {}\n");
+    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.geom"}),
+                       "Koro-L220 does not support geometry shaders.");
+    std::vector<std::string> probes = compiles(graphics);
+    ASSERT_EQ(probes.size(), 3u);
+    EXPECT_TRUE(contains(probes[0], "\tshader_type=fragment\tsource_length=74\tsource=#version "
+                                    "310 es\\n#extension GL_EXT_geometry_shader : require\\n"
+                                    "void main() {}"))
+        << probes[0];
+    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}),
+                       "Koro-L220 does not support tessellation shaders.");
+
+    json info = json_of(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
+    EXPECT_EQ(info["apis"]["opengles"],
+              json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
+    EXPECT_EQ(info["apis"]["opencl"]["extensions"], json::parse(R"(["cl_khr_fp16"])"));
+    EXPECT_EQ(compiles(graphics).size(), 3u);
+    EXPECT_EQ(compiles(opencl).size(), 2u);
+
+    // Version 320 has both stages; only Tarsel OpenCL compilers are probed.
+    EXPECT_EQ(shadex.run({"-c", "Koro-N68", "a.geom"}).status, 0);
+    EXPECT_EQ(compiles(graphics).size(), 1u);
+    info = json_of(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
+    EXPECT_EQ(info["apis"]["opencl"]["extensions"].size(), 2u);
+    EXPECT_EQ(compiles(opencl).size(), 0u);
+}
+
+}  // namespace
