@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
@@ -14,161 +13,99 @@
 
 namespace {
 
-bool is_directory(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+namespace fs = std::filesystem;
+
+void set_tmp(const std::optional<std::string>& value) {
+    if (value) setenv("TMP", value->c_str(), 1);
+    else unsetenv("TMP");
 }
 
-// Sets or unsets TMP for one scope and restores the previous state.
-class TmpVariable {
-public:
-    explicit TmpVariable(const std::optional<std::string>& value) {
-        if (const char* old = std::getenv("TMP")) saved = old;
-        if (value) setenv("TMP", value->c_str(), 1);
-        else unsetenv("TMP");
-    }
-    ~TmpVariable() {
-        if (saved) setenv("TMP", saved->c_str(), 1);
-        else unsetenv("TMP");
-    }
-
-private:
+// get_temp_dir's result with TMP set to `tmp` (unset for nullopt), or its
+// error text; TMP is restored and the new directory removed again.
+std::string temp_dir_with(const std::optional<std::string>& tmp) {
     std::optional<std::string> saved;
-};
-
-// A private directory with files that are removed with it.
-class Scratch {
-public:
-    Scratch() : dir(get_temp_dir()) {}
-    ~Scratch() {
-        for (const auto& path : files) std::remove(path.c_str());
-        remove_dir(dir);
+    if (const char* old = std::getenv("TMP")) saved = old;
+    set_tmp(tmp);
+    std::string result;
+    try {
+        result = get_temp_dir();
+        EXPECT_TRUE(fs::is_directory(result)) << result;
+        remove_dir(result);
+        EXPECT_FALSE(fs::exists(result)) << result;
+    } catch (const std::runtime_error& error) {
+        result = error.what();
     }
-    std::string file(const std::string& name, const std::string& content) {
-        std::string path = path_of(name);
-        std::ofstream(path) << content;
-        return path;
-    }
-    std::string path_of(const std::string& name) {
-        files.push_back(dir + "/" + name);
-        return files.back();
-    }
+    set_tmp(saved);
+    return result;
+}
 
-    const std::string dir;
-
-private:
-    std::vector<std::string> files;
+class Platform : public testing::Test {
+protected:
+    Platform() { fs::create_directory(dir); }
+    ~Platform() override { fs::remove_all(dir); }
+    const std::string dir = fs::temp_directory_path() / ("shadex-unit-" + std::to_string(getpid()));
 };
 
 }  // namespace
 
-TEST(Platform, TempDirFollowsTmp) {
-    Scratch base;
-    {
-        TmpVariable tmp(base.dir);
-        std::string made = get_temp_dir();
-        EXPECT_TRUE(starts_with(made, base.dir + "/shadex-")) << made;
-        EXPECT_EQ(made.size(), base.dir.size() + std::string("/shadex-XXXXXX").size());
-        EXPECT_TRUE(is_directory(made));
-        remove_dir(made);
-        EXPECT_FALSE(is_directory(made));
-    }
-    {
-        TmpVariable tmp(std::nullopt);
-        std::string made = get_temp_dir();
-        EXPECT_TRUE(starts_with(made, "/tmp/shadex-")) << made;
-        remove_dir(made);
-    }
-    {
-        // An empty TMP counts as set: the directory goes to the root, when allowed.
-        TmpVariable tmp(std::string(""));
-        try {
-            std::string made = get_temp_dir();
-            EXPECT_TRUE(starts_with(made, "/shadex-")) << made;
-            remove_dir(made);
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), "Cannot get valid temp directory.");
-        }
-    }
-    {
-        TmpVariable tmp(base.dir + "/missing");
-        try {
-            get_temp_dir();
-            FAIL() << "made a directory under a missing base";
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), "Cannot get valid temp directory.");
-        }
-    }
+TEST_F(Platform, TempDirFollowsTmp) {
+    std::string made = temp_dir_with(dir);
+    EXPECT_TRUE(starts_with(made, dir + "/shadex-")) << made;
+    EXPECT_EQ(made.size(), dir.size() + std::string("/shadex-XXXXXX").size());
+    EXPECT_TRUE(starts_with(temp_dir_with(std::nullopt), "/tmp/shadex-"));
+    EXPECT_EQ(temp_dir_with(dir + "/missing"), "Cannot get valid temp directory.");
+    // An empty TMP counts as set: the directory goes to the root, when allowed.
+    std::string root = temp_dir_with(std::string(""));
+    EXPECT_TRUE(starts_with(root, "/shadex-") || root == "Cannot get valid temp directory.")
+        << root;
 }
 
-TEST(Platform, ExecuteCommandPassesArgumentsLiterally) {
-    Scratch scratch;
-    std::string marker = scratch.path_of("marker");
+TEST_F(Platform, ExecuteCommand) {
+    // No shell: arguments arrive literally. Output longer than a read chunk arrives whole.
+    std::string marker = dir + "/marker";
     std::string output = "kept:";
     EXPECT_TRUE(execute_command({"echo", "$(touch " + marker + ")", "a b"}, output));
     EXPECT_EQ(output, "kept:$(touch " + marker + ") a b\n");
-    EXPECT_FALSE(does_file_exist(marker));
-
-    // Output longer than one read chunk arrives whole.
-    std::string expected;
+    EXPECT_FALSE(fs::exists(marker));
+    std::string expected, counted;
     for (int i = 1; i <= 500; ++i) expected += std::to_string(i) + "\n";
-    std::string counted;
     EXPECT_TRUE(execute_command({"seq", "1", "500"}, counted));
     EXPECT_EQ(counted, expected);
-}
 
-TEST(Platform, ExecuteCommandFailures) {
-    std::string output = "unchanged";
-    EXPECT_FALSE(execute_command({"false"}, output));
-    EXPECT_EQ(output, "unchanged");
-    EXPECT_FALSE(execute_command({"/nonexistent/program"}, output));
-    EXPECT_FALSE(execute_command({"no-such-program-on-path"}, output));
-    EXPECT_FALSE(execute_command({}, output));
-    EXPECT_EQ(output, "unchanged");
-
+    std::string unchanged;
+    for (const std::vector<std::string>& argv : std::vector<std::vector<std::string>>{
+             {"false"}, {"/nonexistent/program"}, {"no-such-program"}, {}})
+        EXPECT_FALSE(execute_command(argv, unchanged)) << argv.size();
+    EXPECT_EQ(unchanged, "");
     // A non-zero exit still leaves what was printed.
-    std::string partial;
-    EXPECT_FALSE(execute_command({"sh", "-c", "echo partial; exit 3"}, partial));
-    EXPECT_EQ(partial, "partial\n");
+    EXPECT_FALSE(execute_command({"sh", "-c", "echo partial; exit 3"}, unchanged));
+    EXPECT_EQ(unchanged, "partial\n");
 }
 
-TEST(Platform, FilesAndPaths) {
-    Scratch scratch;
-    std::string full = scratch.file("full.txt", "content");
-    std::string empty = scratch.file("empty.txt", "");
-    std::string link = scratch.path_of("link");
-    ASSERT_EQ(symlink(full.c_str(), link.c_str()), 0);
-
-    EXPECT_TRUE(does_file_exist(full));
+TEST_F(Platform, FilesAndPaths) {
+    std::string full = dir + "/full.txt", empty = dir + "/empty.txt", link = dir + "/link";
+    std::ofstream(full) << "content";
+    std::ofstream(empty).flush();
+    fs::create_symlink(full, link);
     EXPECT_TRUE(does_file_exist(link));
-    EXPECT_FALSE(does_file_exist(scratch.dir));
-    EXPECT_FALSE(does_file_exist("/dev/null"));
-    EXPECT_FALSE(does_file_exist(""));
-    EXPECT_FALSE(does_file_exist(scratch.dir + "/missing"));
+    for (const std::string& path :
+         {dir, std::string("/dev/null"), std::string(""), dir + "/missing"})
+        EXPECT_FALSE(does_file_exist(path)) << path;
 
-    std::ifstream empty_stream(empty);
+    std::ifstream empty_stream(empty), full_stream(full);
     EXPECT_TRUE(is_file_empty(empty_stream));
-    std::ifstream full_stream(full);
     full_stream.seekg(3);
     EXPECT_FALSE(is_file_empty(full_stream));
-    EXPECT_EQ(full_stream.tellg(), std::streampos(3));
+    EXPECT_EQ(full_stream.tellg(), std::streampos(3));  // the position is kept
 
-    std::string real_dir = get_absolute_path(scratch.dir);
-    EXPECT_EQ(get_absolute_path(scratch.dir + "/./link"), real_dir + "/full.txt");
-
-    std::string missing = scratch.dir + "/nothing here";
+    EXPECT_EQ(get_absolute_path(dir + "/./link"), fs::canonical(dir).string() + "/full.txt");
+    std::string missing = dir + "/nothing here";
     try {
         get_absolute_path(missing);
-        FAIL() << "resolved a missing path";
+        ADD_FAILURE() << "resolved a missing path";
     } catch (const KoroException_& error) {
         EXPECT_EQ(error.message, "Failed to get absolute path of \"" + missing +
                                      "\":\n    No such file or directory");
     }
-}
-
-TEST(Platform, ExecutableDirAndSeparator) {
-    EXPECT_EQ(get_path_sep(), "/");
-    std::string dir = get_executable_dir();
-    EXPECT_TRUE(is_directory(dir)) << dir;
-    EXPECT_TRUE(does_file_exist(dir + "/unit_common")) << dir;
+    EXPECT_TRUE(does_file_exist(get_executable_dir() + "/unit_common"));
 }

@@ -29,9 +29,3 @@ std::string lines(const std::vector<std::string>& scenario_lines);
 
 // Every record the library handed out was released exactly once.
 void expect_all_released(const std::vector<std::string>& log);
-
-// The options of the n-th logged compile call, as "key=value" texts in order.
-std::vector<std::string> compile_options(const std::vector<std::string>& log, size_t n = 0);
-// One field ("source", "core", ...) of the n-th logged compile call.
-std::string compile_field(const std::vector<std::string>& log, const std::string& field,
-                          size_t n = 0);

@@ -1,5 +1,5 @@
 // Runs CompileOutput on shadex_outputs records laid out the way a back-end
-// hands them over, built from owned strings.
+// hands them over, built from owned strings. Shared with the report tests.
 #pragma once
 
 #include <string>
@@ -18,8 +18,8 @@ struct Target {
 };
 
 inline CompileOutput compile_record(const Target& target, const shadex_outputs& record) {
-    return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0",
-                         target.compiler, target.source, record);
+    return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0", target.compiler,
+                         target.source, record);
 }
 
 // Each variant's texts are laid out key, value, key, value, ...
@@ -31,19 +31,18 @@ inline CompileOutput compile(const Target& target, const std::vector<Texts>& var
         return result;
     };
     std::vector<std::vector<const char*>> variant_texts;
-    for (const auto& texts : variants) variant_texts.push_back(pointers(texts));
     std::vector<shadex_flexible_list> lists;
-    for (const auto& texts : variant_texts) {
-        lists.push_back({static_cast<shadex_u32>(texts.size()), 0, texts.data()});
-    }
+    for (const auto& texts : variants) variant_texts.push_back(pointers(texts));
+    for (const auto& texts : variant_texts)
+        lists.push_back({shadex_u32(texts.size()), 0, texts.data()});
     const auto error_texts = pointers(errors);
     const auto warning_texts = pointers(warnings);
     shadex_outputs record{};
-    record.variant_count = static_cast<shadex_u32>(lists.size());
+    record.variant_count = shadex_u32(lists.size());
     record.variants = lists.data();
-    record.error_count = static_cast<shadex_u32>(error_texts.size());
+    record.error_count = shadex_u32(error_texts.size());
     record.errors = error_texts.data();
-    record.warning_count = static_cast<shadex_u32>(warning_texts.size());
+    record.warning_count = shadex_u32(warning_texts.size());
     record.warnings = warning_texts.data();
     return compile_record(target, record);
 }
@@ -59,8 +58,10 @@ std::string failure_of(Build build) {
     return "";
 }
 
-// Statistics that keep a variant alive past the removal of empty programs.
+// Statistics that keep a variant alive past the removal of empty programs
+// and fill every row of its performance table.
 inline Texts with_pipes(Texts texts) {
-    texts.insert(texts.end(), {"pipe_names", "A/LS/T", "cycles", "2/1/1"});
+    texts.insert(texts.end(), {"pipe_names", "A/LS/T", "cycles", "2/1/1", "shortest", "2/1/1",
+                               "longest", "2/1/1"});
     return texts;
 }
