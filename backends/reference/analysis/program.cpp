@@ -1,0 +1,280 @@
+#include "analysis/program.h"
+
+#include <unordered_map>
+#include <utility>
+
+#include "analysis/spirv_defs.h"
+#include "analysis/type_facts.h"
+
+namespace reference {
+
+namespace {
+
+using namespace spirv;
+
+ControlFlow build_control_flow(const Module& module, const Function& function) {
+    ControlFlow flow;
+    const size_t count = function.blocks.size();
+    std::unordered_map<uint32_t, size_t> block_of_label;
+    for (size_t b = 0; b < count; ++b) block_of_label.emplace(function.blocks[b].label, b);
+    flow.successors.resize(count);
+    flow.predecessors.resize(count);
+    flow.forward.resize(count);
+    flow.reachable.assign(count, false);
+    for (size_t b = 0; b < count; ++b) {
+        const auto& instructions = function.blocks[b].instructions;
+        if (instructions.empty()) continue;
+        for (uint32_t label : branch_targets(module, instructions.back())) {
+            auto target = block_of_label.find(label);
+            if (target != block_of_label.end()) flow.successors[b].push_back(target->second);
+        }
+    }
+    if (count == 0) return flow;
+
+    // Depth-first walk without recursion: an edge to a block still on the
+    // stack closes a cycle and is left out of the forward graph.
+    enum : char { Unseen, OnStack, Done };
+    std::vector<char> state(count, Unseen);
+    std::vector<std::pair<size_t, size_t>> stack = {{0, 0}};
+    std::vector<size_t> postorder;
+    state[0] = OnStack;
+    flow.reachable[0] = true;
+    while (!stack.empty()) {
+        auto& [block, next] = stack.back();
+        if (next < flow.successors[block].size()) {
+            const size_t target = flow.successors[block][next++];
+            const size_t from = block;
+            flow.predecessors[target].push_back(from);
+            if (state[target] == OnStack) {
+                flow.has_cycle = true;
+                continue;
+            }
+            flow.forward[from].push_back(target);
+            if (state[target] == Unseen) {
+                state[target] = OnStack;
+                flow.reachable[target] = true;
+                stack.emplace_back(target, 0);
+            }
+        } else {
+            state[block] = Done;
+            postorder.push_back(block);
+            stack.pop_back();
+        }
+    }
+    flow.order.assign(postorder.rbegin(), postorder.rend());
+    return flow;
+}
+
+uint32_t execution_model_of(const std::string& stage) {
+    static const std::unordered_map<std::string, uint32_t> models = {
+        {"vertex", 0}, {"tessellation_control", 1}, {"tessellation_evaluation", 2}, {"geometry", 3},
+        {"fragment", 4}, {"compute", 5}, {"kernel", 6}, {"ray_generation", 5313},
+        {"ray_intersection", 5314}, {"ray_anyhit", 5315}, {"ray_closest_hit", 5316},
+        {"ray_miss", 5317}, {"callable", 5318}};
+    auto found = models.find(stage);
+    return found == models.end() ? UINT32_MAX : found->second;
+}
+
+bool holds_array(const Module& module, uint32_t type_id) {
+    const Instruction* type = module.type(type_id);
+    return type != nullptr && (type->opcode == OpTypeArray || type->opcode == OpTypeStruct);
+}
+
+}  // namespace
+
+const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, const std::string& stage) {
+    const uint32_t model = execution_model_of(stage);
+    const EntryPointDecl* by_name = nullptr;
+    for (const auto& entry : module.entry_points) {
+        if (!name.empty() && entry.name != name) continue;
+        if (entry.execution_model == model) return &entry;
+        if (by_name == nullptr) by_name = &entry;
+    }
+    return by_name;
+}
+
+Program::Program(const Module& module_in, const ArchitectureProfile& profile_in, std::string stage_in,
+                 const EntryPointDecl& entry_in)
+    : module(module_in), profile(profile_in), stage(std::move(stage_in)), entry(&entry_in) {
+    const size_t count = module.functions.size();
+    reachable_functions.assign(count, false);
+    control_flow.resize(count);
+    auto entry_index = module.function_index.find(entry->function);
+    if (entry_index == module.function_index.end()) return;
+    entry_function = entry_index->second;
+
+    std::vector<size_t> pending = {entry_function};
+    reachable_functions[entry_function] = true;
+    while (!pending.empty()) {
+        const size_t fn = pending.back();
+        pending.pop_back();
+        control_flow[fn] = build_control_flow(module, module.functions[fn]);
+        const auto& blocks = module.functions[fn].blocks;
+        for (size_t b = 0; b < blocks.size(); ++b) {
+            if (!control_flow[fn].reachable[b]) continue;
+            for (const Instruction& instruction : blocks[b].instructions) {
+                if (instruction.opcode != OpFunctionCall || instruction.operands.empty()) continue;
+                auto callee = module.function_index.find(instruction.operands[0]);
+                if (callee != module.function_index.end() && !reachable_functions[callee->second]) {
+                    reachable_functions[callee->second] = true;
+                    pending.push_back(callee->second);
+                }
+            }
+        }
+    }
+
+    for_each_instruction([this](size_t, size_t, const Instruction& instruction) {
+        const uint16_t op = instruction.opcode;
+        if (op != OpAccessChain && op != OpInBoundsAccessChain && op != OpPtrAccessChain &&
+            op != OpInBoundsPtrAccessChain) {
+            return;
+        }
+        const PointerInfo pointer = trace_pointer(instruction.result_id);
+        if (!pointer.dynamic_index || pointer.root == 0) return;
+        const uint32_t root_type = module.value_type(pointer.root);
+        const uint32_t storage = pointer_storage_class(module, root_type);
+        if ((storage == StorageFunction || storage == StoragePrivate) && holds_array(module, pointee_type(module, root_type))) {
+            stack_variables.insert(pointer.root);
+        }
+    });
+}
+
+PointerInfo Program::trace_pointer(uint32_t pointer) const {
+    PointerInfo info;
+    info.storage_class = pointer_storage_class(module, module.value_type(pointer));
+    uint32_t current = pointer;
+    for (int step = 0; step < 256; ++step) {
+        if (module.global_variables.count(current) > 0) {
+            info.root = current;
+            return info;
+        }
+        const Instruction* definition = module.definition(current);
+        if (definition == nullptr || definition->operands.empty()) return info;
+        const auto& ops = definition->operands;
+        switch (definition->opcode) {
+            case OpVariable: case OpFunctionParameter:
+                info.root = current;
+                return info;
+            case OpAccessChain: case OpInBoundsAccessChain: case OpPtrAccessChain: case OpInBoundsPtrAccessChain: {
+                const bool element_first = definition->opcode == OpPtrAccessChain ||
+                                           definition->opcode == OpInBoundsPtrAccessChain;
+                for (size_t at = 1; at < ops.size(); ++at) {
+                    if (!module.is_constant(ops[at])) info.dynamic_index = true;
+                }
+                const size_t member_at = element_first ? 2 : 1;
+                uint64_t member = 0;
+                info.root_member = member_at < ops.size() && constant_integer(module, ops[member_at], member)
+                                       ? static_cast<int64_t>(member & 0xFFFFFFFF)
+                                       : -1;
+                current = ops[0];
+                break;
+            }
+            case OpCopyObject: case OpBitcast: case OpPtrCastToGeneric: case OpGenericCastToPtr:
+            case OpGenericCastToPtrExplicit: case OpImageTexelPointer:
+                current = ops[0];
+                break;
+            default:
+                return info;
+        }
+    }
+    return info;
+}
+
+std::vector<size_t> Program::callees_first() const {
+    std::vector<char> state(module.functions.size(), 0);
+    std::vector<size_t> order;
+    std::vector<std::pair<size_t, std::vector<size_t>>> stack;
+    auto callees = [&](size_t fn) {
+        std::vector<size_t> result;
+        const auto& blocks = module.functions[fn].blocks;
+        for (size_t b = 0; b < blocks.size(); ++b) {
+            if (!control_flow[fn].reachable[b]) continue;
+            for (const Instruction& instruction : blocks[b].instructions) {
+                if (instruction.opcode != OpFunctionCall || instruction.operands.empty()) continue;
+                auto callee = module.function_index.find(instruction.operands[0]);
+                if (callee != module.function_index.end()) result.push_back(callee->second);
+            }
+        }
+        return result;
+    };
+    if (entry_function >= module.functions.size()) return order;
+    stack.emplace_back(entry_function, callees(entry_function));
+    state[entry_function] = 1;
+    while (!stack.empty()) {
+        auto& pending = stack.back().second;
+        if (pending.empty()) {
+            state[stack.back().first] = 2;
+            order.push_back(stack.back().first);
+            stack.pop_back();
+            continue;
+        }
+        const size_t next = pending.back();
+        pending.pop_back();
+        if (state[next] == 0) {
+            state[next] = 1;
+            stack.emplace_back(next, callees(next));
+        }
+    }
+    return order;
+}
+
+int64_t Program::builtin_of(const PointerInfo& pointer) const {
+    if (pointer.root == 0) return -1;
+    if (const Decorations* decorations = module.decorations_of(pointer.root)) {
+        if (decorations->builtin >= 0) return decorations->builtin;
+    }
+    if (pointer.root_member < 0) return -1;
+    // Built-ins inside a block such as gl_PerVertex are decorated on the
+    // struct member; arrays of such blocks (tessellation) index the array first.
+    uint32_t type_id = pointee_type(module, module.value_type(pointer.root));
+    for (int depth = 0; depth < 2; ++depth) {
+        const Instruction* type = module.type(type_id);
+        if (type == nullptr) return -1;
+        if (type->opcode == OpTypeStruct) {
+            auto found = module.member_builtins.find({type_id, static_cast<uint32_t>(pointer.root_member)});
+            return found == module.member_builtins.end() ? -1 : static_cast<int64_t>(found->second);
+        }
+        if (type->opcode != OpTypeArray || type->operands.empty()) return -1;
+        type_id = type->operands[0];
+    }
+    return -1;
+}
+
+MemoryKind Program::memory_kind(uint32_t pointer_id) const {
+    const PointerInfo pointer = trace_pointer(pointer_id);
+    uint32_t storage = pointer.storage_class;
+    if (pointer.root != 0) {
+        const uint32_t root_storage = pointer_storage_class(module, module.value_type(pointer.root));
+        if (root_storage != StorageGeneric) storage = root_storage;
+    }
+    bool buffer_block = false;
+    if (pointer.root != 0) {
+        const uint32_t block_type = pointee_type(module, module.value_type(pointer.root));
+        const Decorations* block = module.decorations_of(block_type);
+        buffer_block = block != nullptr && block->buffer_block;
+        if (const Instruction* array = module.type(block_type);
+            array != nullptr && (array->opcode == OpTypeArray || array->opcode == OpTypeRuntimeArray) &&
+            !array->operands.empty()) {
+            const Decorations* element = module.decorations_of(array->operands[0]);
+            buffer_block = buffer_block || (element != nullptr && element->buffer_block);
+        }
+    }
+    switch (storage) {
+        case StorageInput: return MemoryKind::Input;
+        case StorageOutput: return MemoryKind::Output;
+        case StorageFunction: case StoragePrivate:
+            return stack_variables.count(pointer.root) > 0 ? MemoryKind::Stack : MemoryKind::Register;
+        case StorageUniformConstant: case StoragePushConstant:
+            return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;
+        case StorageUniform:
+            if (buffer_block) return MemoryKind::Memory;
+            return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;
+        case StorageWorkgroup: case StorageCrossWorkgroup: case StorageGeneric: case StorageStorageBuffer: case StorageImage:
+        case StoragePhysicalStorageBuffer: case StorageShaderRecordBuffer:
+            return MemoryKind::Memory;
+        default:
+            return MemoryKind::Other;
+    }
+}
+
+}  // namespace reference

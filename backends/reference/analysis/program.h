@@ -1,0 +1,86 @@
+// The part of a module one entry point runs: the functions it reaches, their
+// control-flow graphs, and what each pointer points into.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "analysis/core_model.h"
+#include "analysis/module_ir.h"
+
+namespace reference {
+
+struct ControlFlow {
+    std::vector<std::vector<size_t>> successors;    // every edge, by block index
+    std::vector<std::vector<size_t>> predecessors;  // reachable edges only
+    std::vector<std::vector<size_t>> forward;       // successors minus loop back edges
+    std::vector<size_t> order;                      // reachable blocks, each before its forward successors
+    std::vector<bool> reachable;
+    bool has_cycle = false;
+};
+
+struct PointerInfo {
+    uint32_t root = 0;            // the variable or parameter the pointer derives from; 0 if unknown
+    uint32_t storage_class = 0;   // of the pointer itself
+    bool dynamic_index = false;   // some index on the way is not a constant
+    int64_t root_member = -1;     // first constant index applied to the root
+};
+
+// Where a load or store really goes on the hardware.
+enum class MemoryKind {
+    Register,         // promoted to registers: free
+    UniformRegister,  // uniforms read in place from the uniform register file
+    Stack,            // thread-local arrays indexed dynamically
+    Memory,           // buffers, shared memory, globals: the load/store unit
+    Input,            // stage inputs
+    Output,           // stage outputs
+    Other,
+};
+
+struct Program {
+    const Module& module;
+    const ArchitectureProfile& profile;
+    std::string stage;  // the "shader_type" text
+    size_t entry_function = 0;
+    const EntryPointDecl* entry = nullptr;
+    std::vector<bool> reachable_functions;  // by index into module.functions
+    std::vector<ControlFlow> control_flow;  // by index into module.functions
+    std::unordered_set<uint32_t> stack_variables;
+
+    Program(const Module& module, const ArchitectureProfile& profile, std::string stage,
+            const EntryPointDecl& entry);
+
+    bool is_vertex() const { return stage == "vertex"; }
+    bool is_fragment() const { return stage == "fragment"; }
+
+    // Reachable functions, each after every function it calls (a call that
+    // closes a cycle is the one exception).
+    std::vector<size_t> callees_first() const;
+
+    PointerInfo trace_pointer(uint32_t pointer) const;
+    MemoryKind memory_kind(uint32_t pointer) const;
+    int64_t builtin_of(const PointerInfo& pointer) const;  // -1 when not a built-in
+
+    // Calls f(function index, block index, instruction) for every instruction
+    // of every reachable block of every reachable function.
+    template <typename F>
+    void for_each_instruction(F f) const {
+        for (size_t fn = 0; fn < module.functions.size(); ++fn) {
+            if (!reachable_functions[fn]) continue;
+            const auto& blocks = module.functions[fn].blocks;
+            for (size_t b = 0; b < blocks.size(); ++b) {
+                if (!control_flow[fn].reachable[b]) continue;
+                for (const Instruction& instruction : blocks[b].instructions) f(fn, b, instruction);
+            }
+        }
+    }
+};
+
+// The entry point called name (preferring the stage's execution model);
+// null when the module has none of that name.
+const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, const std::string& stage);
+
+}  // namespace reference

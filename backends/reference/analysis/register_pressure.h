@@ -1,0 +1,15 @@
+// Work registers from liveness: the most register space the values of a
+// variant need at any one point, calls included.
+#pragma once
+
+#include "analysis/path_figures.h"
+#include "analysis/program.h"
+
+namespace reference {
+
+// Peak register use in the architecture's register units (32-bit registers,
+// or vec4 registers on Tarsel). Values outside the mask (pilot results),
+// uniforms read in place, constants and handles take no work register.
+double peak_registers(const Program& program, const InstructionMask& mask);
+
+}  // namespace reference

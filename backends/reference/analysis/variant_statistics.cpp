@@ -1,0 +1,118 @@
+#include "analysis/variant_statistics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+
+namespace reference {
+
+namespace {
+
+// Registers are counted in whole units; a sliver above an integer is
+// rounding noise from the 16-bit halves.
+constexpr double REGISTER_SLACK = 1e-6;
+
+std::string slash_list(const std::vector<double>& values) {
+    std::string text;
+    for (double value : values) {
+        if (!text.empty()) text += "/";
+        text += format_figure(value);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string format_figure(double value) {
+    if (!std::isfinite(value)) return "0";
+    const double rounded = std::round(value);
+    char buffer[64];
+    if (std::fabs(value - rounded) < 1e-9 && std::fabs(rounded) < 1e15) {
+        std::snprintf(buffer, sizeof buffer, "%.0f", rounded);
+        return std::string(buffer) == "-0" ? "0" : buffer;
+    }
+    std::snprintf(buffer, sizeof buffer, "%.4f", value);
+    std::string text = buffer;
+    while (!text.empty() && text.back() == '0') text.pop_back();
+    if (!text.empty() && text.back() == '.') text.pop_back();
+    return text;
+}
+
+void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathFigures& figures) {
+    auto arithmetic = [](const PipeCycles& cycles) { return cycles[PipeFMA] + cycles[PipeCVT] + cycles[PipeSFU]; };
+    auto longest = [&figures](double value) { return figures.unbounded ? -1.0 : value; };
+    if (core.architecture == Architecture::Tarsel) {
+        // The program divides only the total arithmetic figure by the core's
+        // pipe count; the paths are reported already divided.
+        const double rate = core.arithmetic_rate > 0 ? core.arithmetic_rate : 1.0;
+        const struct {
+            const char* prefix;
+            double total, shortest, longest;
+        } pipes[] = {
+            {"arithmetic", arithmetic(figures.total), arithmetic(figures.shortest) / rate,
+             figures.unbounded ? -1.0 : arithmetic(figures.longest) / rate},
+            {"load_store", figures.total[PipeLS], figures.shortest[PipeLS], longest(figures.longest[PipeLS])},
+            {"texture", figures.total[PipeT], figures.shortest[PipeT], longest(figures.longest[PipeT])},
+        };
+        for (const auto& pipe : pipes) {
+            const std::string prefix = pipe.prefix;
+            statistics.emplace_back(prefix + "_cycles", format_figure(pipe.total));
+            statistics.emplace_back(prefix + "_shortest_path", format_figure(pipe.shortest));
+            statistics.emplace_back(prefix + "_longest_path", format_figure(pipe.longest));
+        }
+        return;
+    }
+    std::vector<double> total, shortest, longest_path;
+    std::string names;
+    auto add = [&](const char* name, double t, double s, double l) {
+        names += names.empty() ? name : std::string("/") + name;
+        total.push_back(t);
+        shortest.push_back(s);
+        longest_path.push_back(longest(l));
+    };
+    if (core.architecture == Architecture::Ostrem) {
+        add("A", arithmetic(figures.total), arithmetic(figures.shortest), arithmetic(figures.longest));
+    } else {
+        add("A1", figures.total[PipeFMA], figures.shortest[PipeFMA], figures.longest[PipeFMA]);
+        add("A2", figures.total[PipeCVT], figures.shortest[PipeCVT], figures.longest[PipeCVT]);
+        add("A3", figures.total[PipeSFU], figures.shortest[PipeSFU], figures.longest[PipeSFU]);
+    }
+    add("LS", figures.total[PipeLS], figures.shortest[PipeLS], figures.longest[PipeLS]);
+    add("V", figures.total[PipeV], figures.shortest[PipeV], figures.longest[PipeV]);
+    add("T", figures.total[PipeT], figures.shortest[PipeT], figures.longest[PipeT]);
+    statistics.emplace_back("pipe_names", names);
+    statistics.emplace_back("cycles", slash_list(total));
+    statistics.emplace_back("shortest", slash_list(shortest));
+    statistics.emplace_back("longest", slash_list(longest_path));
+}
+
+void add_half_precision(Statistics& statistics, const ArchitectureProfile& profile, const ArithmeticMix& mix) {
+    if (profile.architecture == Architecture::Tarsel) return;
+    const double share = mix.operations > 0 ? mix.half_operations / mix.operations : 0.0;
+    statistics.emplace_back("part_float16", format_figure(share));
+    if (profile.packs_fp16) {
+        const double idle = mix.half_lanes > 0 ? mix.idle_half_lanes / mix.half_lanes : 0.0;
+        statistics.emplace_back("part_v2float16_underused", format_figure(idle));
+    }
+}
+
+void add_storage(Statistics& statistics, const ArchitectureProfile& profile, double peak_registers,
+                 uint64_t stack_bytes, uint64_t workgroup_bytes) {
+    uint64_t registers = static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
+    uint64_t spill_bytes = 0;
+    if (registers > profile.work_registers) {
+        spill_bytes = (registers - profile.work_registers) * 4u * profile.register_components;
+        registers = profile.work_registers;
+    }
+    // The program reads these as signed 32-bit numbers.
+    auto clamp = [](uint64_t value) { return std::to_string(std::min<uint64_t>(value, INT32_MAX)); };
+    statistics.emplace_back("work_registers_used", std::to_string(registers));
+    statistics.emplace_back("spilling_used", spill_bytes > 0 ? "true" : "false");
+    statistics.emplace_back("spill_size", clamp(spill_bytes));
+    statistics.emplace_back("alloca_size", clamp(stack_bytes));
+    statistics.emplace_back("tls_size", clamp(stack_bytes + spill_bytes));
+    statistics.emplace_back("wls_size", clamp(workgroup_bytes));
+}
+
+}  // namespace reference

@@ -1,0 +1,117 @@
+// Hostile and unusual modules, and the storage and number rules.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "analysis/core_model.h"
+#include "analysis/variant_statistics.h"
+#include "model_shaders.h"
+
+using namespace model_test;
+
+namespace {
+
+const char* const SHADER_WITH_CALLS =
+    "#version 450\n"
+    "layout(set = 0, binding = 0) uniform sampler2D s;\n"
+    "layout(location = 0) in vec4 a;\n"
+    "layout(location = 1) in vec4 b;\n"
+    "layout(location = 0) out vec4 o;\n"
+    "vec4 square(vec4 x) { return x * x; }\n"
+    "void main() {\n"
+    "    vec4 t = square(a) + square(b);\n"
+    "    for (int i = 0; i < int(b.w); ++i) t += texture(s, t.xy);\n"
+    "    if (t.x > 0.0) discard;\n"
+    "    o = t;\n"
+    "}\n";
+
+reference::AnalysisRequest request_for(std::vector<uint32_t> module) {
+    reference::AnalysisRequest request;
+    request.module = std::move(module);
+    request.entry_point = "main";
+    request.stage = "fragment";
+    request.core = "Koro-N68";
+    request.request_pilot = true;
+    return request;
+}
+
+}  // namespace
+
+TEST(ModelRobustness, CallsAreCostedThroughTheCallee) {
+    Options unoptimised;
+    unoptimised.optimise = false;
+    const auto result = analyse(
+        "#version 450\n"
+        "layout(location = 0) in vec4 a;\n"
+        "layout(location = 1) in vec4 b;\n"
+        "layout(location = 0) out vec4 o;\n"
+        "vec4 square(vec4 x) { return x * x; }\n"
+        "void main() { o = square(a) + square(b); }\n",
+        "fragment", unoptimised);
+    ASSERT_EQ(result.variants.size(), 1u);
+    // Two calls of a vec4 multiply and one vec4 add.
+    EXPECT_EQ(value(result.variants[0], "cycles"), "3/0/0/0/8/0");
+}
+
+TEST(ModelRobustness, MalformedRequestsAreErrorsNotCrashes) {
+    auto errors_of = [](reference::AnalysisRequest request) {
+        const auto result = reference::analyse_module(request);
+        EXPECT_TRUE(result.variants.empty());
+        return result.errors;
+    };
+    const std::vector<uint32_t> valid = compile(SHADER_WITH_CALLS, "fragment");
+    EXPECT_EQ(errors_of(request_for({})).size(), 1u);
+    EXPECT_EQ(errors_of(request_for({0xDEADBEEF, 1, 2, 3, 4, 5})).size(), 1u);
+    std::vector<uint32_t> zero_count = valid;
+    zero_count[5] = 0;
+    EXPECT_EQ(errors_of(request_for(zero_count)).size(), 1u);
+
+    reference::AnalysisRequest unknown_core = request_for(valid);
+    unknown_core.core = "Koro-N99";
+    EXPECT_EQ(errors_of(unknown_core), std::vector<std::string>{"No cost model for core 'Koro-N99'"});
+    reference::AnalysisRequest unknown_entry = request_for(valid);
+    unknown_entry.entry_point = "other";
+    EXPECT_EQ(errors_of(unknown_entry),
+              std::vector<std::string>{"Entry point 'other' not found in the SPIR-V module"});
+}
+
+TEST(ModelRobustness, CorruptedModulesNeverCrash) {
+    for (bool optimise : {false, true}) {
+        const std::vector<uint32_t> valid = compile(SHADER_WITH_CALLS, "fragment", optimise);
+        for (size_t length = 0; length < valid.size(); length += 3) {
+            reference::analyse_module(request_for({valid.begin(), valid.begin() + length}));
+        }
+        std::mt19937 random(optimise ? 7 : 11);
+        for (int round = 0; round < 400; ++round) {
+            std::vector<uint32_t> module = valid;
+            std::uniform_int_distribution<size_t> where(5, module.size() - 1);
+            for (int flips = 0; flips < 1 + round % 4; ++flips) {
+                const size_t at = where(random);
+                switch (random() % 3) {
+                    case 0: module[at] = random(); break;
+                    case 1: module[at] = random() % 64; break;  // a plausible id
+                    default: module[at] ^= 1u << (random() % 32); break;
+                }
+            }
+            const auto result = reference::analyse_module(request_for(module));
+            EXPECT_TRUE(result.errors.size() <= 1);
+        }
+    }
+}
+
+TEST(ModelRobustness, RegistersBeyondTheFileSpillFourBytesEach) {
+    using reference::Architecture;
+    reference::Statistics statistics;
+    reference::add_storage(statistics, reference::architecture_profile(Architecture::Pelion), 70.5, 32, 0);
+    EXPECT_EQ(statistics, (reference::Statistics{{"work_registers_used", "64"}, {"spilling_used", "true"},
+                                                  {"spill_size", "28"}, {"alloca_size", "32"},
+                                                  {"tls_size", "60"}, {"wls_size", "0"}}));
+    statistics.clear();
+    reference::add_storage(statistics, reference::architecture_profile(Architecture::Tarsel), 17, 0, 0);
+    EXPECT_EQ(value(statistics, "spill_size"), "16");  // one vec4 register
+
+    EXPECT_EQ(reference::format_figure(2.0), "2");
+    EXPECT_EQ(reference::format_figure(-1.0), "-1");
+    EXPECT_EQ(reference::format_figure(0.125), "0.125");
+    EXPECT_EQ(reference::format_figure(1.0 / 3.0), "0.3333");
+}

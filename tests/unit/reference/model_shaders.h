@@ -1,0 +1,43 @@
+// Small shaders for the performance-model tests: Vulkan GLSL compiled and
+// optimised in process, then analysed, with helpers to read the statistics.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "analysis/analyse.h"
+
+namespace model_test {
+
+struct Options {
+    std::string core = "Koro-N68";
+    bool pilot = false;
+    bool idvs = false;
+    bool optimise = true;
+};
+
+// stage is the "shader_type" text (vertex, fragment, compute).
+std::vector<uint32_t> compile(const std::string& source, const std::string& stage, bool optimise = true);
+
+// OpenGL ES source (#version 100 or 300 es) the way the back-end's own front
+// end takes it: no client, no target, then given SPIR-V version 1.0.
+std::vector<uint32_t> compile_es(const std::string& source, const std::string& stage);
+
+reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options = {});
+
+// The id an OpName gives to name; 0 when there is none.
+uint32_t variable_id(const std::vector<uint32_t>& module, const std::string& name);
+
+using Statistics = std::vector<std::pair<std::string, std::string>>;
+
+// The first value of a key, or "<missing>".
+std::string value(const Statistics& statistics, const std::string& key);
+
+// Every value of a repeated key.
+std::vector<std::string> values(const Statistics& statistics, const std::string& key);
+
+// The variant with that "variant" number that is not a pilot, or the pilot.
+const Statistics* find_variant(const reference::AnalysisResult& result, const std::string& number);
+const Statistics* find_pilot(const reference::AnalysisResult& result);
+
+}  // namespace model_test
