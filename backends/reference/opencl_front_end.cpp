@@ -1,0 +1,242 @@
+#include "opencl_front_end.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "child_process.h"
+#include "opencl_translation_fixups.h"
+#include "spirv_module_info.h"
+#include "temporary_directory.h"
+
+namespace reference {
+
+const char* const OPENCL_FRONT_END_FAILED = "error: Compiler frontend failed (error code <unknown>)";
+
+namespace {
+
+const char* const CLANG = "clang-14";
+const char* const TRANSLATOR = "llvm-spirv-14";
+// Generous: a hung tool must not hang the compile, a slow machine must not fail it.
+const std::chrono::seconds TOOL_TIME_LIMIT{120};
+// The file is named this way so that clang's diagnostics name the buffer as
+// the program expects ("<source>:3:5: error: ...").
+const char* const SOURCE_FILE = "<source>";
+const char* const KNOWN_VERSIONS[] = {"1.0", "1.1", "1.2", "2.0", "3.0"};
+constexpr uint32_t EXECUTION_MODEL_KERNEL = 6;
+
+void write_file(const std::string& path, const std::string& content) {
+    std::ofstream file(path, std::ios::binary);
+    file << content;
+    if (!file.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+std::string read_file(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+std::vector<uint32_t> read_module(const std::string& path) {
+    std::string bytes = read_file(path);
+    if (bytes.empty() || bytes.size() % 4 != 0)
+        throw std::runtime_error("the translator wrote a truncated SPIR-V module");
+    std::vector<uint32_t> words(bytes.size() / 4);
+    for (size_t index = 0; index < words.size(); ++index)
+        for (int byte = 3; byte >= 0; --byte)
+            words[index] = (words[index] << 8) | static_cast<unsigned char>(bytes[index * 4 + byte]);
+    return words;
+}
+
+void replace_first(std::string& text, const std::string& from, const std::string& to) {
+    size_t at = text.find(from);
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+}
+
+// Error lines go to errors as clang wrote them (a fatal error counts as an
+// error); warnings lose the buffer name and the word "warning", which the
+// program's own prefix repeats.
+void collect_diagnostics(const std::string& output, FrontEndResult& result) {
+    std::istringstream lines(output);
+    std::string line;
+    while (std::getline(lines, line)) {
+        replace_first(line, ": fatal error: ", ": error: ");
+        if (line.find(": error: ") != std::string::npos) {
+            result.errors.push_back(line);
+        } else if (line.find(": warning: ") != std::string::npos) {
+            const std::string prefix = std::string(SOURCE_FILE) + ":";
+            if (line.rfind(prefix, 0) == 0) line.erase(0, prefix.size());
+            replace_first(line, ": warning: ", ": ");
+            result.warnings.push_back(line);
+        }
+    }
+}
+
+// The line of a tool's output that best says what went wrong.
+std::string headline(const std::string& output) {
+    std::istringstream lines(output);
+    std::string line, first;
+    while (std::getline(lines, line)) {
+        if (line.find("error") != std::string::npos || line.find("Error") != std::string::npos) return line;
+        if (first.empty()) first = line;
+    }
+    return first.empty() ? "no message" : first;
+}
+
+// Why a tool that failed without a diagnostic of its own stopped.
+std::string failure_reason(const std::string& tool, const ChildProcessResult& run,
+                           const std::string& output) {
+    if (run.timed_out)
+        return tool + " did not finish within " + std::to_string(TOOL_TIME_LIMIT.count()) + " seconds";
+    if (!run.exited) return tool + " was stopped by signal " + std::to_string(run.signal_number);
+    return tool + " failed: " + headline(output);
+}
+
+struct Translation {
+    std::vector<uint32_t> module;  // empty when the compile failed
+    std::string translator_failure;  // set when only the SPIR-V translation failed
+};
+
+class OpenCLCompile {
+public:
+    OpenCLCompile(const std::string& source, const std::string& standard,
+                  const std::vector<std::string>& defines, FrontEndResult& result)
+        : directory_("shadex-opencl"), standard_(standard), defines_(defines), result_(result) {
+        write_file(directory_.file(SOURCE_FILE), source);
+    }
+
+    // source -> LLVM assembly -> (repaired) bitcode -> SPIR-V at one
+    // optimisation level. Diagnostics of the source go to result.
+    Translation translate(const std::string& optimisation) {
+        std::vector<std::string> compile = {CLANG, "-c", "-target", "spir64", "-emit-llvm", "-S",
+                                            "-x", "cl", "-cl-std=" + standard_, optimisation,
+                                            "-fno-vectorize", "-fno-slp-vectorize",
+                                            "-fno-caret-diagnostics", "-fno-color-diagnostics",
+                                            "-fno-crash-diagnostics"};
+        for (const std::string& define : defines_)
+            if (!define.empty()) compile.push_back("-D" + define);
+        compile.insert(compile.end(), {SOURCE_FILE, "-o", "program.ll"});
+        std::string output;
+        ChildProcessResult run = run_tool(compile, output);
+        FrontEndResult diagnostics;
+        collect_diagnostics(output, diagnostics);
+        result_.errors = diagnostics.errors;
+        result_.warnings = diagnostics.warnings;
+        if (!run.succeeded()) {
+            if (result_.errors.empty()) result_.errors.push_back(failure_reason(CLANG, run, output));
+            return {};
+        }
+
+        write_file(directory_.file("repaired.ll"),
+                   replace_freeze_instructions(read_file(directory_.file("program.ll"))));
+        run = run_tool({CLANG, "-c", "-target", "spir64", "-emit-llvm", "-x", "ir", "repaired.ll", "-o",
+                        "program.bc"},
+                       output);
+        if (!run.succeeded()) return {{}, failure_reason(CLANG, run, output)};
+
+        // 1.4 is the oldest version with wrap flags and a scalar condition
+        // selecting between vectors, both of which LLVM's output uses.
+        run = run_tool({TRANSLATOR, "--spirv-max-version=1.4", "program.bc", "-o", "program.spv"}, output);
+        if (!run.succeeded()) return {{}, failure_reason(TRANSLATOR, run, output)};
+
+        Translation translation;
+        translation.module = read_module(directory_.file("program.spv"));
+        order_blocks_by_dominance(translation.module);
+        complete_entry_point_interfaces(translation.module);
+        return translation;
+    }
+
+private:
+    ChildProcessResult run_tool(const std::vector<std::string>& command, std::string& output) {
+        const std::string output_path = directory_.file("tool-output.txt");
+        ChildProcessResult run = run_child_process(command, directory_.path(), output_path, TOOL_TIME_LIMIT);
+        output = read_file(output_path);
+        return run;
+    }
+
+    TemporaryDirectory directory_;
+    std::string standard_;
+    const std::vector<std::string>& defines_;
+    FrontEndResult& result_;
+};
+
+std::string join_names(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "'" : ", '") + name + "'";
+    return text;
+}
+
+// What makes the program unusable as a whole (a call of a function defined
+// nowhere) or for this request (no kernel of that name); empty when nothing.
+std::string program_error(const std::vector<uint32_t>& module, const std::string& kernel_name) {
+    std::vector<std::string> undefined = undefined_function_names(module);
+    if (!undefined.empty())
+        return "The program calls " + join_names(undefined) + " but defines no such function.";
+    std::vector<std::string> kernels;
+    for (const EntryPoint& entry : entry_points(module))
+        if (entry.execution_model == EXECUTION_MODEL_KERNEL) kernels.push_back(entry.name);
+    if (kernels.empty()) return "The program defines no kernel.";
+    if (kernel_name.empty() || std::find(kernels.begin(), kernels.end(), kernel_name) != kernels.end())
+        return "";
+    return "No kernel named '" + kernel_name + "' in the program; it defines " + join_names(kernels) + ".";
+}
+
+void compile_into(const std::string& source, const std::string& kernel_name, const std::string& standard,
+                  const std::vector<std::string>& defines, FrontEndResult& result) {
+    OpenCLCompile compile(source, standard, defines, result);
+    // Optimised code is what the estimate should see, but the translator does
+    // not handle everything LLVM's optimiser produces: unoptimised code is the
+    // fallback.
+    Translation translation = compile.translate("-O2");
+    if (translation.module.empty() && !translation.translator_failure.empty())
+        translation = compile.translate("-O0");
+    if (translation.module.empty()) {
+        if (!translation.translator_failure.empty())
+            result.errors.push_back("The kernel could not be translated to SPIR-V: " +
+                                    translation.translator_failure);
+        return;
+    }
+    std::string error = program_error(translation.module, kernel_name);
+    if (!error.empty()) {
+        result.errors.push_back(error);
+        return;
+    }
+    result.module = std::move(translation.module);
+}
+
+}  // namespace
+
+std::string opencl_c_standard(const std::string& cl_std) {
+    if (cl_std.empty()) return "CL1.2";
+    std::string version = cl_std.rfind("CL", 0) == 0 ? cl_std.substr(2) : cl_std;
+    for (const char* known : KNOWN_VERSIONS)
+        if (version == known) return "CL" + version;
+    return "";
+}
+
+FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
+                                     const std::string& cl_std,
+                                     const std::vector<std::string>& defines) {
+    FrontEndResult result;
+    const std::string standard = opencl_c_standard(cl_std);
+    if (standard.empty()) {
+        result.errors.push_back("OpenCL C version '" + cl_std +
+                                "' cannot be compiled; the known versions are 1.0, 1.1, 1.2, 2.0 and 3.0.");
+    } else {
+        // The program hands the source over with its terminating NUL.
+        std::string text = source.substr(0, source.find_last_not_of('\0') + 1);
+        try {
+            compile_into(text, kernel_name, standard, defines, result);
+        } catch (const std::exception& failure) {
+            result.module.clear();
+            result.errors.push_back(std::string("The OpenCL C front end failed: ") + failure.what());
+        }
+    }
+    if (!result.errors.empty()) result.errors.push_back(OPENCL_FRONT_END_FAILED);
+    return result;
+}
+
+}  // namespace reference

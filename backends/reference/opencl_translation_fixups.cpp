@@ -1,0 +1,293 @@
+#include "opencl_translation_fixups.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace reference {
+
+namespace {
+
+constexpr size_t HEADER_WORDS = 5;
+constexpr uint32_t OP_UNDEF = 1;
+constexpr uint32_t OP_NAME = 5;
+constexpr uint32_t OP_DECORATE = 71;
+constexpr uint32_t DECORATION_LINKAGE_ATTRIBUTES = 41;
+constexpr uint32_t OP_ENTRY_POINT = 15;
+constexpr uint32_t OP_TYPE_INT = 21;
+constexpr uint32_t OP_CONSTANT = 43;
+constexpr uint32_t OP_SPEC_CONSTANT = 50;
+constexpr uint32_t OP_FUNCTION = 54;
+constexpr uint32_t OP_FUNCTION_END = 56;
+constexpr uint32_t OP_VARIABLE = 59;
+constexpr uint32_t OP_LABEL = 248;
+constexpr uint32_t OP_BRANCH = 249;
+constexpr uint32_t OP_BRANCH_CONDITIONAL = 250;
+constexpr uint32_t OP_SWITCH = 251;
+constexpr uint32_t STORAGE_CLASS_INPUT = 1;
+constexpr uint32_t STORAGE_CLASS_OUTPUT = 3;
+constexpr uint32_t VERSION_1_4 = 0x00010400;
+
+struct Instruction {
+    size_t offset;  // of its first word in the module
+    uint32_t opcode;
+    uint32_t word_count;
+};
+
+std::vector<Instruction> instructions_of(const std::vector<uint32_t>& module) {
+    if (module.size() < HEADER_WORDS || module[0] != 0x07230203)
+        throw std::runtime_error("the translator produced no SPIR-V module");
+    std::vector<Instruction> list;
+    for (size_t offset = HEADER_WORDS; offset < module.size();) {
+        uint32_t word_count = module[offset] >> 16;
+        if (word_count == 0 || word_count > module.size() - offset)
+            throw std::runtime_error("the translator produced a malformed SPIR-V module");
+        list.push_back({offset, module[offset] & 0xffffu, word_count});
+        offset += word_count;
+    }
+    return list;
+}
+
+// Words taken by a NUL-terminated literal string starting at word index first.
+size_t literal_string_words(const std::vector<uint32_t>& module, size_t first, size_t end) {
+    for (size_t index = first; index < end; ++index) {
+        uint32_t word = module[index];
+        for (int byte = 0; byte < 4; ++byte)
+            if (((word >> (8 * byte)) & 0xffu) == 0) return index - first + 1;
+    }
+    return end - first;
+}
+
+std::string literal_string(const std::vector<uint32_t>& module, size_t first, size_t end) {
+    std::string text;
+    for (size_t index = first; index < end; ++index) {
+        for (int byte = 0; byte < 4; ++byte) {
+            char c = static_cast<char>((module[index] >> (8 * byte)) & 0xffu);
+            if (c == '\0') return text;
+            text += c;
+        }
+    }
+    return text;
+}
+
+struct Block {
+    uint32_t label = 0;
+    size_t begin = 0;  // word offsets of its first instruction and one past its last
+    size_t end = 0;
+    size_t terminator = 0;  // index of its last instruction
+    std::vector<uint32_t> successors;
+};
+
+// Integer widths of the values a switch may select on: constants and the
+// results of instructions in function bodies whose result type is an integer.
+std::map<uint32_t, uint32_t> integer_value_widths(const std::vector<uint32_t>& module,
+                                                  const std::vector<Instruction>& list) {
+    std::map<uint32_t, uint32_t> type_widths;
+    std::map<uint32_t, uint32_t> value_widths;
+    bool in_function = false;
+    for (const Instruction& instruction : list) {
+        const size_t at = instruction.offset;
+        if (instruction.opcode == OP_FUNCTION) in_function = true;
+        if (instruction.opcode == OP_TYPE_INT && instruction.word_count >= 3)
+            type_widths[module[at + 1]] = module[at + 2];
+        bool may_hold_integer = in_function || instruction.opcode == OP_CONSTANT ||
+                                instruction.opcode == OP_SPEC_CONSTANT || instruction.opcode == OP_UNDEF;
+        if (!may_hold_integer || instruction.word_count < 3) continue;
+        auto type = type_widths.find(module[at + 1]);
+        if (type != type_widths.end()) value_widths[module[at + 2]] = type->second;
+    }
+    return value_widths;
+}
+
+std::vector<uint32_t> successors_of(const std::vector<uint32_t>& module, const Instruction& last,
+                                    const std::map<uint32_t, uint32_t>& value_widths) {
+    const size_t at = last.offset;
+    switch (last.opcode) {
+        case OP_BRANCH:
+            if (last.word_count >= 2) return {module[at + 1]};
+            break;
+        case OP_BRANCH_CONDITIONAL:
+            if (last.word_count >= 4) return {module[at + 2], module[at + 3]};
+            break;
+        case OP_SWITCH: {
+            // Selector, default, then (literal, label) pairs whose literal is
+            // as wide as the selector: one word, or two for 64 bits.
+            if (last.word_count < 3) break;
+            std::vector<uint32_t> targets{module[at + 2]};
+            auto width = value_widths.find(module[at + 1]);
+            size_t literal_words = width != value_widths.end() && width->second > 32 ? 2 : 1;
+            for (size_t index = 3 + literal_words; index < last.word_count; index += literal_words + 1)
+                targets.push_back(module[at + index]);
+            return targets;
+        }
+        default: break;
+    }
+    return {};
+}
+
+// Blocks in reverse post-order from the first, then the unreachable ones.
+std::vector<size_t> dominance_order(const std::vector<Block>& blocks) {
+    std::map<uint32_t, size_t> index_of_label;
+    for (size_t index = 0; index < blocks.size(); ++index) index_of_label[blocks[index].label] = index;
+
+    std::vector<bool> visited(blocks.size(), false);
+    std::vector<size_t> post_order;
+    std::vector<std::pair<size_t, size_t>> stack{{0, 0}};  // block, next successor to visit
+    visited[0] = true;
+    while (!stack.empty()) {
+        auto& [block, next] = stack.back();
+        if (next < blocks[block].successors.size()) {
+            auto successor = index_of_label.find(blocks[block].successors[next++]);
+            if (successor != index_of_label.end() && !visited[successor->second]) {
+                visited[successor->second] = true;
+                stack.emplace_back(successor->second, 0);
+            }
+        } else {
+            post_order.push_back(block);
+            stack.pop_back();
+        }
+    }
+    std::vector<size_t> order(post_order.rbegin(), post_order.rend());
+    for (size_t index = 0; index < blocks.size(); ++index)
+        if (!visited[index]) order.push_back(index);
+    return order;
+}
+
+}  // namespace
+
+std::string replace_freeze_instructions(const std::string& llvm_assembly) {
+    static const std::string FREEZE = " = freeze ";
+    std::istringstream lines(llvm_assembly);
+    std::string result;
+    result.reserve(llvm_assembly.size());
+    std::string line;
+    while (std::getline(lines, line)) {
+        size_t at = line.find(FREEZE);
+        if (at != std::string::npos) {
+            std::string operands = line.substr(at + FREEZE.size());
+            size_t space = operands.rfind(' ');
+            // Aggregates cannot be bitcast and constant vectors hold commas:
+            // such lines stay as they are and the translation falls back.
+            if (space != std::string::npos && operands.find(',') == std::string::npos &&
+                operands[0] != '{' && operands[0] != '[') {
+                std::string type = operands.substr(0, space);
+                bool named_aggregate = type[0] == '%' && type.back() != '*';
+                if (!named_aggregate) line = line.substr(0, at) + " = bitcast " + operands + " to " + type;
+            }
+        }
+        result += line;
+        result += '\n';
+    }
+    return result;
+}
+
+void order_blocks_by_dominance(std::vector<uint32_t>& module) {
+    const std::vector<Instruction> list = instructions_of(module);
+    const std::map<uint32_t, uint32_t> value_widths = integer_value_widths(module, list);
+    std::vector<uint32_t> reordered(module.begin(), module.begin() + HEADER_WORDS);
+    std::vector<Block> blocks;
+    size_t copied_to = HEADER_WORDS;  // words before this offset are already in reordered
+
+    auto close_block = [&](size_t index) {
+        blocks.back().end = list[index].offset;
+        blocks.back().terminator = index - 1;
+    };
+    for (size_t index = 0; index < list.size(); ++index) {
+        const Instruction& instruction = list[index];
+        if (instruction.opcode == OP_LABEL) {
+            if (blocks.empty()) {
+                reordered.insert(reordered.end(), module.begin() + copied_to,
+                                 module.begin() + instruction.offset);
+            } else {
+                close_block(index);
+            }
+            Block block;
+            block.label = instruction.word_count >= 2 ? module[instruction.offset + 1] : 0;
+            block.begin = instruction.offset;
+            blocks.push_back(block);
+        } else if (instruction.opcode == OP_FUNCTION_END && !blocks.empty()) {
+            close_block(index);
+            for (Block& block : blocks)
+                block.successors = successors_of(module, list[block.terminator], value_widths);
+            for (size_t chosen : dominance_order(blocks))
+                reordered.insert(reordered.end(), module.begin() + blocks[chosen].begin,
+                                 module.begin() + blocks[chosen].end);
+            blocks.clear();
+            copied_to = instruction.offset;
+        }
+    }
+    if (!blocks.empty()) throw std::runtime_error("the translator produced a function without an end");
+    reordered.insert(reordered.end(), module.begin() + copied_to, module.end());
+    module.swap(reordered);
+}
+
+void complete_entry_point_interfaces(std::vector<uint32_t>& module) {
+    const std::vector<Instruction> list = instructions_of(module);
+    const bool every_variable = module[1] >= VERSION_1_4;
+    std::vector<uint32_t> variables;
+    for (const Instruction& instruction : list) {
+        if (instruction.opcode == OP_FUNCTION) break;
+        if (instruction.opcode != OP_VARIABLE || instruction.word_count < 4) continue;
+        uint32_t storage = module[instruction.offset + 3];
+        if (every_variable || storage == STORAGE_CLASS_INPUT || storage == STORAGE_CLASS_OUTPUT)
+            variables.push_back(module[instruction.offset + 2]);
+    }
+    if (variables.empty()) return;
+
+    std::vector<uint32_t> rebuilt(module.begin(), module.begin() + HEADER_WORDS);
+    for (const Instruction& instruction : list) {
+        const size_t begin = instruction.offset;
+        const size_t end = begin + instruction.word_count;
+        if (instruction.opcode != OP_ENTRY_POINT || instruction.word_count < 4) {
+            rebuilt.insert(rebuilt.end(), module.begin() + begin, module.begin() + end);
+            continue;
+        }
+        const size_t interface_begin = begin + 3 + literal_string_words(module, begin + 3, end);
+        std::vector<uint32_t> words(module.begin() + begin, module.begin() + end);
+        std::set<uint32_t> listed(module.begin() + std::min(interface_begin, end), module.begin() + end);
+        for (uint32_t variable : variables)
+            if (listed.insert(variable).second) words.push_back(variable);
+        words[0] = static_cast<uint32_t>(words.size() << 16) | OP_ENTRY_POINT;
+        rebuilt.insert(rebuilt.end(), words.begin(), words.end());
+    }
+    module.swap(rebuilt);
+}
+
+std::vector<std::string> undefined_function_names(const std::vector<uint32_t>& module) {
+    std::map<uint32_t, std::string> names;
+    std::vector<std::string> undefined;
+    uint32_t function = 0;
+    bool has_body = false;
+    for (const Instruction& instruction : instructions_of(module)) {
+        const size_t at = instruction.offset;
+        const size_t end = at + instruction.word_count;
+        switch (instruction.opcode) {
+            case OP_NAME:
+                if (instruction.word_count >= 3) names.emplace(module[at + 1], literal_string(module, at + 2, end));
+                break;
+            case OP_DECORATE:
+                // The linkage name, when there is one, wins: it is the source's spelling.
+                if (instruction.word_count >= 4 && module[at + 2] == DECORATION_LINKAGE_ATTRIBUTES)
+                    names[module[at + 1]] = literal_string(module, at + 3, end);
+                break;
+            case OP_FUNCTION:
+                function = instruction.word_count >= 3 ? module[at + 2] : 0;
+                has_body = false;
+                break;
+            case OP_LABEL: has_body = true; break;
+            case OP_FUNCTION_END:
+                if (!has_body) {
+                    auto name = names.find(function);
+                    undefined.push_back(name != names.end() ? name->second : "%" + std::to_string(function));
+                }
+                break;
+            default: break;
+        }
+    }
+    return undefined;
+}
+
+}  // namespace reference

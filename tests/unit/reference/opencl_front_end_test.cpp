@@ -1,0 +1,200 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "opencl_front_end.h"
+#include "spirv_module_info.h"
+#include "temporary_directory.h"
+
+using reference::compile_opencl_source;
+using reference::OPENCL_FRONT_END_FAILED;
+
+namespace {
+
+const std::string TWO_KERNELS =
+    "kernel void saxpy(global float* y, global const float* x, float a) {\n"
+    "    size_t i = get_global_id(0);\n"
+    "    y[i] = a * x[i] + y[i];\n"
+    "}\n"
+    "kernel void fill(global int* out) { out[get_global_id(0)] = 7; }\n";
+
+// Sets TMP for the life of the object, then puts the old value back.
+class ScopedTmp {
+public:
+    explicit ScopedTmp(const std::string& value) {
+        const char* old = std::getenv("TMP");
+        had_old_ = old != nullptr;
+        if (had_old_) old_ = old;
+        setenv("TMP", value.c_str(), 1);
+    }
+    ~ScopedTmp() {
+        if (had_old_) setenv("TMP", old_.c_str(), 1);
+        else unsetenv("TMP");
+    }
+
+private:
+    bool had_old_ = false;
+    std::string old_;
+};
+
+std::vector<std::string> kernel_names(const std::vector<uint32_t>& module) {
+    std::vector<std::string> names;
+    for (const reference::EntryPoint& entry : reference::entry_points(module))
+        if (entry.execution_model == 6) names.push_back(entry.name);
+    return names;
+}
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// spirv-val's verdict on a module, or "" when the validator is not installed.
+std::string validate(const std::vector<uint32_t>& module) {
+    if (reference::find_executable("spirv-val").empty()) return "";
+    reference::TemporaryDirectory directory("validate-test");
+    std::ofstream(directory.file("m.spv"), std::ios::binary)
+        .write(reinterpret_cast<const char*>(module.data()), static_cast<std::streamsize>(module.size() * 4));
+    auto run = reference::run_child_process({"spirv-val", "m.spv"}, directory.path(), directory.file("out"),
+                                            std::chrono::seconds(60));
+    std::ifstream output(directory.file("out"));
+    std::string text((std::istreambuf_iterator<char>(output)), std::istreambuf_iterator<char>());
+    return run.succeeded() ? "" : text;
+}
+
+}  // namespace
+
+TEST(OpenCLFrontEnd, ValidKernelGivesModuleWithItsEntryPoint) {
+    for (const char* version : {"CL1.2", "1.2", "CL2.0", "3.0", ""}) {
+        SCOPED_TRACE(version);
+        auto result = compile_opencl_source(TWO_KERNELS + std::string(1, '\0'), "saxpy", version, {});
+        ASSERT_TRUE(result.errors.empty()) << result.errors.front();
+        ASSERT_GT(result.module.size(), 5u);
+        EXPECT_EQ(result.module[0], 0x07230203u);
+        EXPECT_EQ(kernel_names(result.module), (std::vector<std::string>{"saxpy", "fill"}));
+    }
+    EXPECT_EQ(reference::opencl_c_standard("1.1"), "CL1.1");
+    EXPECT_EQ(reference::opencl_c_standard("CL3.0"), "CL3.0");
+}
+
+TEST(OpenCLFrontEnd, UnknownVersionIsAClearError) {
+    for (const char* version : {"2.1", "CL2.2", "cl1.2", "1"}) {
+        auto result = compile_opencl_source(TWO_KERNELS, "saxpy", version, {});
+        ASSERT_EQ(result.errors.size(), 2u) << version;
+        EXPECT_TRUE(contains(result.errors[0], std::string("'") + version + "'")) << result.errors[0];
+        EXPECT_EQ(result.errors[1], OPENCL_FRONT_END_FAILED);
+        EXPECT_TRUE(result.module.empty());
+    }
+}
+
+TEST(OpenCLFrontEnd, ErrorsNameTheSourceBufferAndEndWithTheFailureLine) {
+    const std::string source =
+        "kernel void broken(global int* out) {\n"
+        "#warning check this\n"
+        "    out[0] = missing_name;\n"
+        "    out[1] = undefined_too + \"a: error: b\";\n"
+        "}\n";
+    auto result = compile_opencl_source(source, "broken", "CL1.2", {});
+    EXPECT_TRUE(result.module.empty());
+    ASSERT_EQ(result.errors.size(), 3u);
+    EXPECT_EQ(result.errors[0].rfind("<source>:3:14: error: ", 0), 0u) << result.errors[0];
+    EXPECT_TRUE(contains(result.errors[0], "missing_name"));
+    EXPECT_EQ(result.errors[1].rfind("<source>:4:", 0), 0u) << result.errors[1];
+    EXPECT_EQ(result.errors[2], OPENCL_FRONT_END_FAILED);
+    ASSERT_EQ(result.warnings.size(), 1u);
+    EXPECT_EQ(result.warnings[0].rfind("2:2: check this", 0), 0u) << result.warnings[0];
+
+    // A missing include stops the compile with a fatal error, reported as an error.
+    result = compile_opencl_source("#include \"absent.h\"\nkernel void k() {}\n", "k", "CL1.2", {});
+    ASSERT_EQ(result.errors.size(), 2u);
+    EXPECT_EQ(result.errors[0].rfind("<source>:1:10: error: ", 0), 0u) << result.errors[0];
+}
+
+TEST(OpenCLFrontEnd, MissingKernelIsAClearError) {
+    auto result = compile_opencl_source(TWO_KERNELS, "scale", "CL1.2", {});
+    EXPECT_TRUE(result.module.empty());
+    ASSERT_EQ(result.errors.size(), 2u);
+    EXPECT_TRUE(contains(result.errors[0], "'scale'")) << result.errors[0];
+    EXPECT_TRUE(contains(result.errors[0], "'saxpy', 'fill'")) << result.errors[0];
+    EXPECT_EQ(result.errors[1], OPENCL_FRONT_END_FAILED);
+
+    result = compile_opencl_source("void helper(void) {}\n", "", "CL1.2", {});
+    ASSERT_EQ(result.errors.size(), 2u);
+    EXPECT_TRUE(contains(result.errors[0], "no kernel")) << result.errors[0];
+
+    // A call of a function defined nowhere cannot be linked into a program.
+    result = compile_opencl_source("int combine(int a, int b);\n"
+                                   "kernel void k(global int* p) { p[0] = combine(p[1], p[2]); }\n",
+                                   "k", "CL1.2", {});
+    ASSERT_EQ(result.errors.size(), 2u);
+    EXPECT_TRUE(contains(result.errors[0], "'combine'")) << result.errors[0];
+    EXPECT_TRUE(result.module.empty());
+
+    // Without a name any kernel will do.
+    EXPECT_TRUE(compile_opencl_source(TWO_KERNELS, "", "CL1.2", {}).errors.empty());
+}
+
+TEST(OpenCLFrontEnd, DefinesArePassedVerbatim) {
+    // A shell would expand, split or reinterpret this value; the size check
+    // only compiles when the string literal arrives byte for byte.
+    const std::string text = "a;b|c&&d $(touch pwned) `touch pwned2` 'q' * ~ > out";
+    const std::string define = "TEXT=\"" + text + "\"";
+    const std::string source =
+        "typedef char size_check[sizeof(TEXT) == " + std::to_string(text.size() + 1) + " ? 1 : -1];\n"
+        "kernel void k(global char* out) { out[0] = TEXT[EXTRA]; }\n";
+    reference::TemporaryDirectory tmp("defines-test");
+    ScopedTmp scoped(tmp.path());
+    auto result = compile_opencl_source(source, "k", "CL1.2", {define, "EXTRA=2"});
+    EXPECT_TRUE(result.errors.empty()) << result.errors.front();
+    EXPECT_FALSE(std::filesystem::exists("pwned"));
+    EXPECT_TRUE(std::filesystem::is_empty(tmp.path()));
+
+    // A define that is not a macro name is the compiler's error, not a crash.
+    result = compile_opencl_source(source, "k", "CL1.2", {"TEXT=\"x\"", "EXTRA=2", "-o /tmp/x"});
+    ASSERT_FALSE(result.errors.empty());
+    EXPECT_EQ(result.errors.back(), OPENCL_FRONT_END_FAILED);
+}
+
+TEST(OpenCLFrontEnd, NoTemporaryFilesAreLeftBehind) {
+    reference::TemporaryDirectory tmp("leftover-test");
+    ScopedTmp scoped(tmp.path());
+    EXPECT_TRUE(compile_opencl_source(TWO_KERNELS, "fill", "CL1.2", {}).errors.empty());
+    EXPECT_FALSE(compile_opencl_source("kernel void k() { x }", "k", "CL1.2", {}).errors.empty());
+    EXPECT_FALSE(compile_opencl_source(TWO_KERNELS, "nope", "CL1.2", {}).errors.empty());
+    EXPECT_TRUE(std::filesystem::is_empty(tmp.path()));
+
+    // A temporary directory that cannot be made is an error line, not an exception.
+    ScopedTmp missing(tmp.file("does-not-exist"));
+    auto result = compile_opencl_source(TWO_KERNELS, "fill", "CL1.2", {});
+    ASSERT_EQ(result.errors.size(), 2u);
+    EXPECT_TRUE(contains(result.errors[0], "temporary directory")) << result.errors[0];
+}
+
+TEST(OpenCLFrontEnd, OptimisedCodeTranslatesToValidSpirv) {
+    // Optimised, the loop's exit block lands before its dominator and the
+    // division with remainder is frozen: both need repairs after translation.
+    const std::string source =
+        "float3 pull(float3 from, float3 to, float mass) {\n"
+        "    float3 d = to - from;\n"
+        "    float r = sqrt(dot(d, d) + 1.0f);\n"
+        "    return mass * d / (r * r * r);\n"
+        "}\n"
+        "kernel void gravity(global const float4* bodies, global float4* velocity, uint count, float dt) {\n"
+        "    size_t i = get_global_id(0);\n"
+        "    float3 here = bodies[i].xyz;\n"
+        "    float3 acc = (float3)0.0f;\n"
+        "    for (uint j = 0; j < count; ++j)\n"
+        "        acc += pull(here, bodies[j].xyz, bodies[j].w);\n"
+        "    velocity[i] = (float4)(velocity[i].xyz + acc * dt, 0.0f);\n"
+        "}\n"
+        "kernel void split(global int* out, int n, int d) {\n"
+        "    int i = get_global_id(0);\n"
+        "    out[i] = (n + i) / d + (n + i) % d;\n"
+        "}\n";
+    auto result = compile_opencl_source(source, "gravity", "CL1.2", {});
+    ASSERT_TRUE(result.errors.empty()) << result.errors.front();
+    EXPECT_EQ(validate(result.module), "");
+}
