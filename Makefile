@@ -7,10 +7,10 @@ CMAKE_FLAGS ?=
 
 # Debian packages the build and the tests need.
 DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json3-dev \
-                googletest libgtest-dev dpkg-dev python3
+                googletest libgtest-dev dpkg-dev python3 spirv-tools clang-14 llvm-spirv-14
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build test run install clean
+.PHONY: all deps build test run sweep install clean
 
 all: build
 
@@ -36,6 +36,14 @@ test: deps
 run: deps
 	$(MAKE) build
 	$(BUILD_DIR)/bin/shadex $(EXAMPLE)
+
+# Every file of a shader corpus (laid out like ../shared/corpus, with its
+# MANIFEST.tsv) through shadex on one core per architecture; tools/sweep.sh
+# says what runs where and what counts as unexpected.
+CORPUS ?= ../shared/corpus
+sweep: deps
+	$(MAKE) build
+	tools/sweep.sh $(CORPUS) $(BUILD_DIR)/bin/shadex
 
 # The prefix is configured in, so that reports link to the installed docs.
 install: $(BUILD_DIR)/build.ninja

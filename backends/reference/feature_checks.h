@@ -1,0 +1,29 @@
+// Stages and features a core does not have, found before any compiling
+// happens or read from a module's declared capabilities.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "api.h"
+#include "core_catalogue.h"
+#include "core_features.h"
+#include "stage.h"
+
+namespace reference {
+
+// Why the core cannot compile this stage with this API; empty when it can.
+// opencl_version is the requested OpenCL C version in hundredths (kernels).
+std::string unsupported_request(Api api, Stage stage, int opencl_version, const CoreInfo& core,
+                                const CoreFeatures& features);
+
+// The same for what a SPIR-V module declares: its version and the
+// capabilities of geometry, tessellation and ray tracing. One line each.
+std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module,
+                                                     const CoreInfo& core, const CoreFeatures& features);
+
+// "1.3" for 130.
+std::string version_text(int hundredths);
+
+}  // namespace reference

@@ -1,0 +1,134 @@
+#include "glsl_es_front_end.h"
+
+#include <glslang/Public/ResourceLimits.h>
+#include <glslang/Public/ShaderLang.h>
+#include <glslang/SPIRV/GlslangToSpv.h>
+
+#include <sstream>
+
+#include "glslang_log.h"
+
+namespace reference {
+
+namespace {
+
+// glslang builds its built-in symbol tables once per version, profile and
+// stage; they live as long as the process, so initialisation happens once and
+// is never undone (a compile per probed extension must stay cheap).
+void ensure_glslang_initialised() {
+    static const bool initialised = glslang::InitializeProcess();
+    (void)initialised;
+}
+
+EShLanguage glslang_stage(Stage stage) {
+    switch (stage) {
+        case Stage::Vertex: return EShLangVertex;
+        case Stage::TessellationControl: return EShLangTessControl;
+        case Stage::TessellationEvaluation: return EShLangTessEvaluation;
+        case Stage::Geometry: return EShLangGeometry;
+        case Stage::Fragment: return EShLangFragment;
+        case Stage::Compute: return EShLangCompute;
+        case Stage::RayGeneration: return EShLangRayGen;
+        case Stage::RayIntersection: return EShLangIntersect;
+        case Stage::RayAnyHit: return EShLangAnyHit;
+        case Stage::RayClosestHit: return EShLangClosestHit;
+        case Stage::RayMiss: return EShLangMiss;
+        case Stage::Callable: return EShLangCallable;
+        case Stage::Kernel: break;
+    }
+    return EShLangCompute;
+}
+
+// The SPIR-V builder reports problems as free text; lines that say "error"
+// stop the compile, the rest are warnings.
+void add_builder_messages(const std::string& messages, FrontEndResult& result) {
+    std::istringstream stream(messages);
+    std::string line;
+    while (std::getline(stream, line)) {
+        if (line.empty()) continue;
+        if (line.find("error") != std::string::npos)
+            result.errors.push_back(line);
+        else
+            result.warnings.push_back(line);
+    }
+}
+
+void take_log(const char* log, FrontEndResult& result) {
+    LogLines lines = split_glslang_log(log ? log : "");
+    result.errors.insert(result.errors.end(), lines.errors.begin(), lines.errors.end());
+    result.warnings.insert(result.warnings.end(), lines.warnings.begin(), lines.warnings.end());
+}
+
+}  // namespace
+
+std::string define_preamble(const std::vector<std::string>& defines) {
+    std::string preamble;
+    for (const std::string& define : defines) {
+        size_t equals = define.find('=');
+        if (equals == std::string::npos)
+            preamble += "#define " + define + "\n";
+        else
+            preamble += "#define " + define.substr(0, equals) + " " + define.substr(equals + 1) + "\n";
+    }
+    return preamble;
+}
+
+FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage,
+                                      const std::vector<std::string>& defines) {
+    ensure_glslang_initialised();
+    FrontEndResult result;
+    const EShLanguage language = glslang_stage(stage);
+    const EShMessages messages = EShMsgDefault;
+
+    // No client and no target: glslang then applies the OpenGL ES rules of
+    // the version the source declares (loose uniforms, precision qualifiers),
+    // which a Vulkan or OpenGL target would reject below 310.
+    glslang::TShader shader(language);
+    const char* text = source.c_str();
+    shader.setStrings(&text, 1);
+    const std::string preamble = define_preamble(defines);
+    shader.setPreamble(preamble.c_str());
+    shader.setEnvInput(glslang::EShSourceGlsl, language, glslang::EShClientNone, 0);
+    shader.setEnvClient(glslang::EShClientNone, glslang::EShTargetClientVersion(0));
+    shader.setEnvTarget(glslang::EShTargetNone, glslang::EShTargetLanguageVersion(0));
+
+    const bool parsed = shader.parse(GetDefaultResources(), 100, EEsProfile, false, false, messages);
+    take_log(shader.getInfoLog(), result);
+    if (!parsed) {
+        if (result.errors.empty()) result.errors.push_back("0:0: '' : compilation failed");
+        return result;
+    }
+
+    glslang::TProgram program;  // destroyed before the shader it links
+    program.addShader(&shader);
+    const bool linked = program.link(messages);
+    FrontEndResult link_messages;
+    take_log(program.getInfoLog(), link_messages);
+    if (!linked || !link_messages.errors.empty()) {
+        // The shader compiles but cannot be linked on its own (no main, a
+        // function declared and never defined, outputs a program would need
+        // to place): there is no code to analyse, which is not an error of
+        // the shader. What linking said stays visible as warnings.
+        result.warnings.insert(result.warnings.end(), link_messages.errors.begin(), link_messages.errors.end());
+        result.warnings.insert(result.warnings.end(), link_messages.warnings.begin(), link_messages.warnings.end());
+        return result;
+    }
+    result.warnings.insert(result.warnings.end(), link_messages.warnings.begin(), link_messages.warnings.end());
+
+    std::vector<unsigned int> spirv;
+    spv::SpvBuildLogger logger;
+    glslang::SpvOptions options;
+    options.disableOptimizer = true;
+    glslang::GlslangToSpv(*program.getIntermediate(language), spirv, &logger, &options);
+    add_builder_messages(logger.getAllMessages(), result);
+    if (!result.errors.empty()) return result;
+
+    // Without a target the module carries version 0. Its contents are SPIR-V
+    // 1.0 except for subgroup operations, which need 1.3; the optimiser needs
+    // to be told a version that covers them.
+    if (spirv.size() > 1 && spirv[1] == 0) spirv[1] = OPENGLES_MODULE_VERSION;
+    result.module.assign(spirv.begin(), spirv.end());
+    return result;
+}
+
+}  // namespace reference

@@ -1,0 +1,80 @@
+#include "spirv_module_info.h"
+
+#include <functional>
+
+namespace reference {
+
+namespace {
+
+constexpr size_t HEADER_WORDS = 5;
+constexpr uint32_t OP_SOURCE = 3;
+constexpr uint32_t OP_SOURCE_EXTENSION = 4;
+constexpr uint32_t OP_ENTRY_POINT = 15;
+constexpr uint32_t OP_CAPABILITY = 17;
+
+// Calls visit(opcode, first word, end word) for each whole instruction.
+void for_each_instruction(const std::vector<uint32_t>& module,
+                          const std::function<void(uint32_t, size_t, size_t)>& visit) {
+    if (module.size() < HEADER_WORDS || module[0] != SPIRV_MAGIC) return;
+    size_t at = HEADER_WORDS;
+    while (at < module.size()) {
+        const uint32_t count = module[at] >> 16;
+        if (count == 0 || count > module.size() - at) return;
+        visit(module[at] & 0xFFFF, at, at + count);
+        at += count;
+    }
+}
+
+}  // namespace
+
+std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end) {
+    std::string text;
+    for (size_t at = first; at < end && at < words.size(); ++at) {
+        for (int byte = 0; byte < 4; ++byte) {
+            const char c = static_cast<char>((words[at] >> (8 * byte)) & 0xFF);
+            if (c == '\0') return text;
+            text += c;
+        }
+    }
+    return text;
+}
+
+uint32_t module_version(const std::vector<uint32_t>& module) {
+    if (module.size() < HEADER_WORDS) return 0;
+    const uint32_t major = (module[1] >> 16) & 0xFF;
+    const uint32_t minor = (module[1] >> 8) & 0xFF;
+    return major * 100 + minor * 10;
+}
+
+std::vector<EntryPoint> entry_points(const std::vector<uint32_t>& module) {
+    std::vector<EntryPoint> found;
+    for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
+        if (opcode != OP_ENTRY_POINT || end - first < 4) return;
+        found.push_back({module[first + 1], literal_string(module, first + 3, end)});
+    });
+    return found;
+}
+
+SourceDeclaration source_declaration(const std::vector<uint32_t>& module) {
+    SourceDeclaration source;
+    for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
+        if (opcode == OP_SOURCE && end - first >= 3) {
+            source.language = module[first + 1];
+            source.version = module[first + 2];
+        } else if (opcode == OP_SOURCE_EXTENSION && end - first >= 2) {
+            source.extensions.push_back(literal_string(module, first + 1, end));
+        }
+    });
+    return source;
+}
+
+bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability) {
+    bool found = false;
+    for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
+        if (opcode == OP_CAPABILITY && end - first >= 2 && module[first + 1] == capability)
+            found = true;
+    });
+    return found;
+}
+
+}  // namespace reference

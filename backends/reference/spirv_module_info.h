@@ -1,0 +1,37 @@
+// Read-only facts about a SPIR-V module, taken straight from its words. Every
+// reader stops at the first malformed instruction instead of reading past it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace reference {
+
+constexpr uint32_t SPIRV_MAGIC = 0x07230203;
+
+struct EntryPoint {
+    uint32_t execution_model = 0;
+    std::string name;
+};
+
+struct SourceDeclaration {
+    uint32_t language = 0;  // SPIR-V SourceLanguage: 1 ESSL, 2 GLSL, 3 OpenCL C
+    uint32_t version = 0;   // as the source declared it, e.g. 300
+    std::vector<std::string> extensions;  // from OpSourceExtension
+};
+
+// The version in hundredths (1.3 is 130); 0 for a module too short to have one.
+uint32_t module_version(const std::vector<uint32_t>& module);
+
+std::vector<EntryPoint> entry_points(const std::vector<uint32_t>& module);
+
+SourceDeclaration source_declaration(const std::vector<uint32_t>& module);
+
+bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability);
+
+// The text of a literal string starting at words[first], stopping at the
+// first NUL or at end (exclusive word index).
+std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end);
+
+}  // namespace reference

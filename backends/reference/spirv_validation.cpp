@@ -1,0 +1,91 @@
+#include "spirv_validation.h"
+
+#include <spirv-tools/libspirv.hpp>
+
+namespace reference {
+
+namespace {
+
+// The validator adds the offending instruction on a second, indented line;
+// both belong on one error line.
+std::string one_line(const std::string& message) {
+    std::string line;
+    bool pending_space = false;
+    for (char c : message) {
+        if (c == '\n' || c == '\r') {
+            pending_space = !line.empty();
+            continue;
+        }
+        if (pending_space) {
+            if (c == ' ') continue;
+            line += " : ";
+            pending_space = false;
+        }
+        line += c;
+    }
+    return line;
+}
+
+bool all_digits(const std::string& text) {
+    if (text.empty()) return false;
+    for (char c : text) {
+        if (c < '0' || c > '9') return false;
+    }
+    return true;
+}
+
+// "Invalid opcode: 5437" or "Invalid capability operand: 6022": the binary
+// parser meeting a number it has no name for.
+bool is_unknown_number(const std::string& message) {
+    const size_t colon = message.rfind(": ");
+    if (colon == std::string::npos || !all_digits(message.substr(colon + 2))) return false;
+    const std::string head = message.substr(0, colon);
+    if (head == "Invalid opcode") return true;
+    const std::string operand = " operand";
+    return head.compare(0, 8, "Invalid ") == 0 && head.size() > operand.size() &&
+           head.compare(head.size() - operand.size(), operand.size(), operand) == 0;
+}
+
+}  // namespace
+
+spv_target_env vulkan_environment(uint32_t spirv_version) {
+    if (spirv_version <= 100) return SPV_ENV_VULKAN_1_0;
+    if (spirv_version <= 130) return SPV_ENV_VULKAN_1_1;
+    if (spirv_version <= 140) return SPV_ENV_VULKAN_1_1_SPIRV_1_4;
+    if (spirv_version <= 150) return SPV_ENV_VULKAN_1_2;
+    return SPV_ENV_VULKAN_1_3;
+}
+
+spv_target_env opencl_environment(uint32_t spirv_version) {
+    if (spirv_version <= 100) return SPV_ENV_OPENCL_2_0;
+    if (spirv_version <= 110) return SPV_ENV_OPENCL_2_1;
+    if (spirv_version <= 120) return SPV_ENV_OPENCL_2_2;
+    // No OpenCL environment of SPIRV-Tools accepts newer modules.
+    if (spirv_version <= 130) return SPV_ENV_UNIVERSAL_1_3;
+    if (spirv_version <= 140) return SPV_ENV_UNIVERSAL_1_4;
+    if (spirv_version <= 150) return SPV_ENV_UNIVERSAL_1_5;
+    return SPV_ENV_UNIVERSAL_1_6;
+}
+
+spv_target_env opengles_environment() { return SPV_ENV_UNIVERSAL_1_3; }
+
+Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment) {
+    Validation validation;
+    bool all_unknown_numbers = true;
+    spvtools::SpirvTools tools(environment);
+    tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&,
+                                 const char* message) {
+        if (level > SPV_MSG_ERROR) return;
+        const std::string line = one_line(message);
+        all_unknown_numbers = all_unknown_numbers && is_unknown_number(line);
+        validation.errors.push_back("Invalid SPIR-V module: " + line);
+    });
+    if (!tools.Validate(module) && validation.errors.empty()) {
+        validation.errors.push_back("Invalid SPIR-V module");
+        all_unknown_numbers = false;
+    }
+    validation.newer_than_validator = !validation.errors.empty() && all_unknown_numbers;
+    return validation;
+}
+
+}  // namespace reference

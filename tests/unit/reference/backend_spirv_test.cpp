@@ -1,0 +1,198 @@
+// SPIR-V input: validation, the optimisation before analysis, and the limits
+// of each core checked on what a module declares.
+#include <gtest/gtest.h>
+
+#include <spirv-tools/libspirv.hpp>
+#include <spirv-tools/optimizer.hpp>
+
+#include <cstring>
+
+#include "compile_pipeline.h"
+#include "core_features.h"
+#include "feature_checks.h"
+#include "glsl_es_front_end.h"
+#include "loop_trip_counts.h"
+#include "spirv_module_info.h"
+#include "spirv_optimiser.h"
+#include "spirv_validation.h"
+
+using namespace reference;
+
+namespace {
+
+std::vector<uint32_t> assemble(const std::string& text, spv_target_env environment = SPV_ENV_VULKAN_1_0) {
+    std::vector<uint32_t> module;
+    spvtools::SpirvTools tools(environment);
+    EXPECT_TRUE(tools.Assemble(text, &module, SPV_TEXT_TO_BINARY_OPTION_PRESERVE_NUMERIC_IDS)) << text;
+    return module;
+}
+
+// A Vulkan fragment shader writing a constant colour; `extra` goes into main.
+std::string fragment_assembly(const std::string& capabilities = "") {
+    return "OpCapability Shader\n" + capabilities +
+           "OpMemoryModel Logical GLSL450\n"
+           "OpEntryPoint Fragment %main \"main\" %color\n"
+           "OpExecutionMode %main OriginUpperLeft\n"
+           "OpDecorate %color Location 0\n"
+           "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n%float = OpTypeFloat 32\n"
+           "%v4 = OpTypeVector %float 4\n%out = OpTypePointer Output %v4\n%color = OpVariable %out Output\n"
+           "%one = OpConstant %float 1\n%white = OpConstantComposite %v4 %one %one %one %one\n"
+           "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpStore %color %white\nOpReturn\nOpFunctionEnd\n";
+}
+
+std::vector<char> as_bytes(const std::vector<uint32_t>& module) {
+    std::vector<char> bytes(module.size() * 4);
+    std::memcpy(bytes.data(), module.data(), bytes.size());
+    return bytes;
+}
+
+CompileOptions vulkan_options(const std::vector<uint32_t>& module, Stage stage) {
+    CompileOptions options;
+    options.compiler_type = "openglessl";
+    options.stage = stage;
+    options.spirv = true;
+    options.spirv_length = module.size() * 4;
+    return options;
+}
+
+const CoreInfo& core_named(const std::string& name) { return *find_core(name, "r0p0"); }
+
+std::vector<uint32_t> optimised_es_fragment(const std::string& body) {
+    FrontEndResult front = compile_glsl_es_source(
+        "#version 310 es\nprecision highp float;\nuniform float u;\nout vec4 c;\nvoid main() {\n" + body + "\n}\n",
+        Stage::Fragment, {});
+    EXPECT_TRUE(front.errors.empty()) << front.errors.front();
+    return optimise_module(front.module, opengles_environment());
+}
+
+}  // namespace
+
+TEST(SpirvValidation, ExplainsAnInvalidModuleOnOneLine) {
+    EXPECT_TRUE(validate_module(assemble(fragment_assembly()), SPV_ENV_VULKAN_1_0).errors.empty());
+
+    // An entry point that writes an undeclared variable.
+    std::string broken = fragment_assembly();
+    broken.replace(broken.find("OpStore %color"), 14, "OpStore %nowhere");
+    std::vector<uint32_t> module = assemble(broken);
+    Validation validation = validate_module(module, SPV_ENV_VULKAN_1_0);
+    ASSERT_FALSE(validation.errors.empty());
+    EXPECT_FALSE(validation.newer_than_validator);
+    EXPECT_EQ(validation.errors[0].rfind("Invalid SPIR-V module: ", 0), 0u);
+    EXPECT_EQ(validation.errors[0].find('\n'), std::string::npos);
+
+    // A capability number this validator has no name for.
+    std::vector<uint32_t> newer = assemble(fragment_assembly());
+    newer.insert(newer.begin() + 5, {(2u << 16) | 17u, 6022u});
+    validation = validate_module(newer, SPV_ENV_VULKAN_1_0);
+    EXPECT_TRUE(validation.newer_than_validator);
+}
+
+TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
+    auto trips = [](const std::string& loop) {
+        FrontEndResult front = compile_glsl_es_source(
+            "#version 310 es\nprecision highp float;\nuniform float u;\nout vec4 c;\nvoid main() {\n"
+            "float sum = 0.0;\n" + loop + " sum += sin(u * float(i));\nc = vec4(sum);\n}\n",
+            Stage::Fragment, {});
+        EXPECT_TRUE(front.errors.empty()) << front.errors.front();
+        spvtools::Optimizer optimizer(opengles_environment());
+        optimizer.RegisterPerformancePasses();
+        std::vector<uint32_t> ssa;
+        EXPECT_TRUE(optimizer.Run(front.module.data(), front.module.size(), &ssa));
+        std::vector<LoopShape> loops = loop_shapes(ssa, 100);
+        EXPECT_EQ(loops.size(), 1u) << loop;
+        if (loops.empty()) return std::optional<uint32_t>(999);
+        EXPECT_GT(loops[0].body_words, 10u);
+        return loops[0].trips;
+    };
+    EXPECT_EQ(trips("for (int i = 0; i < 4; ++i)"), 4u);
+    EXPECT_EQ(trips("for (int i = 0; i <= 4; i += 2)"), 3u);
+    EXPECT_EQ(trips("for (int i = 10; i > 0; i -= 3)"), 4u);
+    EXPECT_EQ(trips("for (uint i = 0u; i != 7u; ++i)"), 7u);
+    EXPECT_EQ(trips("for (int i = 0; i < 100000; ++i)"), 101u);  // stops counting past the limit
+    EXPECT_EQ(trips("for (int i = 0; i < int(u); ++i)"), std::nullopt);
+}
+
+TEST(SpirvOptimiser, UnrollsOnlySmallConstantLoops) {
+    auto loops_left = [](const std::string& bound) {
+        return count_loops(optimised_es_fragment(
+            "float sum = 0.0;\nfor (int i = 0; i < " + bound + "; ++i) sum += sin(float(i) * u);\nc = vec4(sum);"));
+    };
+    EXPECT_EQ(loops_left("4"), 0u);
+    EXPECT_EQ(loops_left("1000"), 1u);      // constant but far too long
+    EXPECT_EQ(loops_left("100000000"), 1u); // and never tried: that would take minutes
+    EXPECT_EQ(loops_left("int(u)"), 1u);    // trip count unknown
+}
+
+TEST(SpirvOptimiser, InlinesFoldsAndRemovesDeadCode) {
+    std::vector<uint32_t> plain = optimised_es_fragment("c = vec4(u * 2.0);");
+    std::vector<uint32_t> noisy = optimised_es_fragment(
+        "float unused = sin(u);\nfloat two = 1.0 + 1.0;\nif (two > 3.0) { c = vec4(cos(u)); return; }\nc = vec4(u * two);");
+    EXPECT_EQ(noisy.size(), plain.size());
+    EXPECT_TRUE(validate_module(noisy, opengles_environment()).errors.empty());
+}
+
+TEST(FeatureChecks, RefuseStagesAndVersionsACoreDoesNotHave) {
+    const CoreInfo& tarsel = core_named("Koro-L220");
+    const CoreInfo& pelion = core_named("Koro-N68");
+    const CoreInfo& fifth = core_named("Koro-N1-Ultra");
+    auto refusal = [](Api api, Stage stage, const CoreInfo& core, int opencl = 0) {
+        return unsupported_request(api, stage, opencl, core, core_features(core));
+    };
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::Geometry, tarsel), "Koro-L220 does not support geometry shaders");
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::TessellationControl, tarsel), "Koro-L220 does not support tessellation shaders");
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::Geometry, pelion), "");
+    EXPECT_EQ(refusal(Api::Vulkan, Stage::Fragment, tarsel), "Koro-L220 does not support Vulkan");
+    EXPECT_EQ(refusal(Api::Vulkan, Stage::RayGeneration, pelion),
+              "Koro-N68 does not support ray tracing (ray generation shaders)");
+    EXPECT_EQ(refusal(Api::Vulkan, Stage::RayClosestHit, fifth), "");
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::RayMiss, fifth), "OpenGL ES has no ray miss shaders");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 300), "OpenCL C 3.0 is not supported by Koro-L220 (highest: 1.2)");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, pelion, 300), "");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Vertex, pelion), "OpenCL compiles kernels, not vertex shaders");
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::Kernel, pelion), "Kernels are compiled for OpenCL, not OpenGL ES");
+
+    std::vector<uint32_t> spirv15 = assemble(fragment_assembly(), SPV_ENV_UNIVERSAL_1_5);
+    const CoreInfo& ostrem = core_named("Koro-N36");
+    EXPECT_EQ(unsupported_module_features(Api::Vulkan, spirv15, ostrem, core_features(ostrem)),
+              std::vector<std::string>{"SPIR-V 1.5 is not supported by Koro-N36 (highest: 1.3)"});
+    EXPECT_TRUE(unsupported_module_features(Api::Vulkan, spirv15, pelion, core_features(pelion)).empty());
+}
+
+TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
+    const CoreInfo& pelion = core_named("Koro-N68");
+    std::vector<uint32_t> module = assemble(fragment_assembly());
+    std::vector<char> bytes = as_bytes(module);
+
+    // A module for another stage than the one asked for.
+    CompileResult wrong_stage = compile_program("openglessl", pelion, vulkan_options(module, Stage::Vertex), bytes.data());
+    EXPECT_EQ(wrong_stage.errors, std::vector<std::string>{"The module has no vertex entry point"});
+
+    CompileOptions named = vulkan_options(module, Stage::Fragment);
+    named.entry_point = "other";
+    EXPECT_EQ(compile_program("openglessl", pelion, named, bytes.data()).errors,
+              std::vector<std::string>{"The module has no fragment entry point named 'other'"});
+
+    CompileOptions truncated = vulkan_options(module, Stage::Fragment);
+    truncated.spirv_length = 18;
+    EXPECT_EQ(compile_program("openglessl", pelion, truncated, bytes.data()).errors.size(), 1u);
+
+    std::vector<char> garbage(bytes.size(), '\x7f');
+    std::memcpy(garbage.data(), bytes.data(), 20);  // a good header, nothing after it that parses
+    CompileResult invalid = compile_program("openglessl", pelion, vulkan_options(module, Stage::Fragment), garbage.data());
+    ASSERT_FALSE(invalid.errors.empty());
+    EXPECT_TRUE(invalid.variants.empty());
+
+    CompileOptions opencl = vulkan_options(module, Stage::Fragment);
+    opencl.compiler_type = "opencl";
+    EXPECT_EQ(compile_program("openglessl", pelion, opencl, bytes.data()).errors,
+              std::vector<std::string>{"This compiler compiles for 'openglessl', not for 'opencl'"});
+}
+
+TEST(CompilePipeline, AnalysesAValidModule) {
+    std::vector<uint32_t> module = assemble(fragment_assembly());
+    std::vector<char> bytes = as_bytes(module);
+    CompileResult result =
+        compile_program("openglessl", core_named("Koro-N68"), vulkan_options(module, Stage::Fragment), bytes.data());
+    EXPECT_TRUE(result.errors.empty()) << result.errors.front();
+    EXPECT_FALSE(result.variants.empty());
+}
