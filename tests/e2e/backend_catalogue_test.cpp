@@ -18,14 +18,6 @@ using nlohmann::json;
 
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
-bool contains(const std::string& text, const std::string& piece) {
-    return text.find(piece) != std::string::npos;
-}
-
-void expect_released_once(const std::vector<std::string>& log) {
-    EXPECT_EQ(release_problems(log), "");
-}
-
 // A private shadex with scripted back-ends beside it and a directory for inputs.
 class Backends {
 public:

@@ -40,14 +40,6 @@ core_cap Koro-N68 | opencl_c_version | 1.2 3.0
 core_cap Koro-N22 | opencl_c_version | 120,200
 )";
 
-bool contains(const std::string& text, const std::string& piece) {
-    return text.find(piece) != std::string::npos;
-}
-
-void expect_released_once(const std::vector<std::string>& log) {
-    EXPECT_EQ(release_problems(log), "");
-}
-
 // A private shadex with scripted back-ends beside it and a directory for inputs.
 class Backends {
 public:

@@ -5,31 +5,23 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "common/text.h"
 #include "e2e/harness.h"
 
 namespace {
 
 const std::string HEADER_LINE = "Koro Offline Compiler v8.8.1 (Build 73b41e)\n";
 
-bool starts_with_text(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-bool ends_with_text(const std::string& text, const std::string& suffix) {
-    return text.size() >= suffix.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
 // A usage error: header, the message (TCLAP shows no argument for the
 // program's own rules), brief usage, hint.
 void expect_usage_error(const RunResult& result, const std::string& message) {
     EXPECT_EQ(result.status, 2) << result.err;
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(starts_with_text(result.err, HEADER_LINE)) << result.err;
+    EXPECT_TRUE(starts_with(result.err, HEADER_LINE)) << result.err;
     EXPECT_NE(result.err.find("\nERROR:  \n   " + message + "\n\nUsage: \n\n   shadex "),
               std::string::npos)
         << result.err;
-    EXPECT_TRUE(ends_with_text(result.err, "\n\nRun shadex --help for more detail.\n")) << result.err;
+    EXPECT_TRUE(ends_with(result.err, "\n\nRun shadex --help for more detail.\n")) << result.err;
 }
 
 // A SPIR-V module with one fragment entry point named main.
@@ -55,7 +47,7 @@ TEST_F(CommandLine, HelpPrintsHeaderAndLongUsage) {
     RunResult result = run({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_TRUE(starts_with_text(result.out, HEADER_LINE));
+    EXPECT_TRUE(starts_with(result.out, HEADER_LINE));
     for (const char* piece :
          {"Usage: \n\n   shadex ", "Where: \n\n", "   --opengles\n     Target the OpenGL ES API.\n",
           "Target the OpenCL API (1.1, 1.2, 2.0, or 3.0).", "   -v,  --vertex\n",
@@ -74,9 +66,9 @@ TEST_F(CommandLine, HelpPrintsHeaderAndLongUsage) {
 TEST_F(CommandLine, VersionPrintsOnlyTheHeader) {
     RunResult result = run({"--version"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(starts_with_text(result.out, HEADER_LINE));
+    EXPECT_TRUE(starts_with(result.out, HEADER_LINE));
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 3);
-    EXPECT_TRUE(ends_with_text(result.out, "\n\n"));
+    EXPECT_TRUE(ends_with(result.out, "\n\n"));
 }
 
 TEST_F(CommandLine, TclapErrorsUseTheSameFrame) {
@@ -198,8 +190,8 @@ TEST_F(CommandLine, OutputFile) {
 TEST_F(CommandLine, JobErrorsWithoutBackEnds) {
     RunResult info = run({"--info"});
     EXPECT_EQ(info.status, 2);
-    EXPECT_TRUE(starts_with_text(info.err, HEADER_LINE));
-    EXPECT_TRUE(ends_with_text(info.err, "\n\nERROR: No compiler found matching target GPU\n"))
+    EXPECT_TRUE(starts_with(info.err, HEADER_LINE));
+    EXPECT_TRUE(ends_with(info.err, "\n\nERROR: No compiler found matching target GPU\n"))
         << info.err;
 }
 

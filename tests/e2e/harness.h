@@ -40,6 +40,10 @@ private:
 
 std::string read_file(const std::string& path);
 
+inline bool contains(const std::string& text, const std::string& piece) {
+    return text.find(piece) != std::string::npos;
+}
+
 // A copy of shadex in a private directory with empty graphics/ and opencl/
 // beside it, so each test chooses exactly which back-ends exist.
 class Install {

@@ -36,7 +36,6 @@ double children_cpu_seconds() {
     return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-bool contains(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
 // A report with cycle figures for at least one variant.
 void expect_full_report(const RunResult& result, const std::string& what) {

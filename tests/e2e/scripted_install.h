@@ -3,6 +3,8 @@
 // is described at the top of tests/plugin/scripted_backend.cpp).
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -19,3 +21,8 @@ std::string add_backend(const Install& install, const std::string& subdir,
 // The calls that copy logged, one line each, in order.
 std::vector<std::string> read_log(const Install& install, const std::string& subdir,
                                   const std::string& file_name);
+
+// Every record a back-end handed out came back to it exactly once.
+inline void expect_released_once(const std::vector<std::string>& log) {
+    EXPECT_EQ(release_problems(log), "");
+}
