@@ -222,15 +222,22 @@ bool Compiler::probe(const Bytes& source, SourceType source_type, const std::str
     }
 }
 
+// The target and the two options every compile starts with; `copy` holds the
+// NUL-terminated bytes when the input needed one, and must outlive the input.
+CompileInput Compiler::start_input(const Bytes& bytes, Bytes& copy, SourceType source_type) const {
+    CompileInput input(nul_terminated(bytes, copy), CompilerManager::compilerize_core_name(core),
+                       revision);
+    input.add_flexible_input("compiler_type", to_api_literal(type));
+    input.add_flexible_input("shader_type", to_api_literal(source_type));
+    return input;
+}
+
 CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
                                    const std::string& cl_std,
                                    const std::vector<std::string>& defines,
                                    const std::string& kernel_name) {
     Bytes copy;
-    CompileInput input(nul_terminated(source, copy), CompilerManager::compilerize_core_name(core),
-                       revision);
-    input.add_flexible_input("compiler_type", to_api_literal(type));
-    input.add_flexible_input("shader_type", to_api_literal(source_type));
+    CompileInput input = start_input(source, copy, source_type);
     for (const std::string& define : defines) input.add_flexible_input("define", define);
     if (source_type == SourceType::Kernel) {
         if (!kernel_name.empty()) input.add_flexible_input("kernel_name", kernel_name);
@@ -246,10 +253,7 @@ CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_
                                          const std::string& cl_std,
                                          const std::string& entrypoint) {
     Bytes copy;
-    CompileInput input(nul_terminated(module, copy), CompilerManager::compilerize_core_name(core),
-                       revision);
-    input.add_flexible_input("compiler_type", to_api_literal(type));
-    input.add_flexible_input("shader_type", to_api_literal(source_type));
+    CompileInput input = start_input(module, copy, source_type);
     input.add_flexible_input("spirv", "true");
     input.add_flexible_input("spirv_binary_length",
                              std::to_string(static_cast<unsigned long>(module.size())));

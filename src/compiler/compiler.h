@@ -12,9 +12,9 @@
 
 #include "common/vocabulary.h"
 #include "compiler/shadex_abi.h"
+#include "input/compile_input.h"
 #include "output/compile_output.h"
 
-class CompileInput;
 class CompilerLibrary;
 
 // Extensions assumed when a library names none for a compiler, in order.
@@ -63,6 +63,7 @@ private:
     // Sends the request options, calls the library and copies the result.
     CompileOutputPtr run(CompileInput& input, SourceType source_type);
     void add_request_options(CompileInput& input, SourceType source_type) const;
+    CompileInput start_input(const Bytes& bytes, Bytes& copy, SourceType source_type) const;
     void do_compile(const shadex_inputs* inputs, shadex_outputs* outputs);
     // True when a probe source compiles without an exception or error lines.
     bool probe(const Bytes& source, SourceType source_type, const std::string& cl_std,

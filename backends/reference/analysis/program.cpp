@@ -109,17 +109,10 @@ Program::Program(const Module& module_in, const ArchitectureProfile& profile_in,
         const size_t fn = pending.back();
         pending.pop_back();
         control_flow[fn] = build_control_flow(module, module.functions[fn]);
-        const auto& blocks = module.functions[fn].blocks;
-        for (size_t b = 0; b < blocks.size(); ++b) {
-            if (!control_flow[fn].reachable[b]) continue;
-            for (const Instruction& instruction : blocks[b].instructions) {
-                if (instruction.opcode != OpFunctionCall || instruction.operands.empty()) continue;
-                auto callee = module.function_index.find(instruction.operands[0]);
-                if (callee != module.function_index.end() && !reachable_functions[callee->second]) {
-                    reachable_functions[callee->second] = true;
-                    pending.push_back(callee->second);
-                }
-            }
+        for (size_t callee : callees_of(fn)) {
+            if (reachable_functions[callee]) continue;
+            reachable_functions[callee] = true;
+            pending.push_back(callee);
         }
     }
 
@@ -180,25 +173,26 @@ PointerInfo Program::trace_pointer(uint32_t pointer) const {
     return info;
 }
 
+std::vector<size_t> Program::callees_of(size_t fn) const {
+    std::vector<size_t> result;
+    const auto& blocks = module.functions[fn].blocks;
+    for (size_t b = 0; b < blocks.size(); ++b) {
+        if (!control_flow[fn].reachable[b]) continue;
+        for (const Instruction& instruction : blocks[b].instructions) {
+            if (instruction.opcode != OpFunctionCall || instruction.operands.empty()) continue;
+            auto callee = module.function_index.find(instruction.operands[0]);
+            if (callee != module.function_index.end()) result.push_back(callee->second);
+        }
+    }
+    return result;
+}
+
 std::vector<size_t> Program::callees_first() const {
     std::vector<char> state(module.functions.size(), 0);
     std::vector<size_t> order;
     std::vector<std::pair<size_t, std::vector<size_t>>> stack;
-    auto callees = [&](size_t fn) {
-        std::vector<size_t> result;
-        const auto& blocks = module.functions[fn].blocks;
-        for (size_t b = 0; b < blocks.size(); ++b) {
-            if (!control_flow[fn].reachable[b]) continue;
-            for (const Instruction& instruction : blocks[b].instructions) {
-                if (instruction.opcode != OpFunctionCall || instruction.operands.empty()) continue;
-                auto callee = module.function_index.find(instruction.operands[0]);
-                if (callee != module.function_index.end()) result.push_back(callee->second);
-            }
-        }
-        return result;
-    };
     if (entry_function >= module.functions.size()) return order;
-    stack.emplace_back(entry_function, callees(entry_function));
+    stack.emplace_back(entry_function, callees_of(entry_function));
     state[entry_function] = 1;
     while (!stack.empty()) {
         auto& pending = stack.back().second;
@@ -212,7 +206,7 @@ std::vector<size_t> Program::callees_first() const {
         pending.pop_back();
         if (state[next] == 0) {
             state[next] = 1;
-            stack.emplace_back(next, callees(next));
+            stack.emplace_back(next, callees_of(next));
         }
     }
     return order;

@@ -59,6 +59,8 @@ struct Program {
     // Reachable functions, each after every function it calls (a call that
     // closes a cycle is the one exception).
     std::vector<size_t> callees_first() const;
+    // Functions called from the reachable blocks of function `fn` (by index).
+    std::vector<size_t> callees_of(size_t fn) const;
 
     PointerInfo trace_pointer(uint32_t pointer) const;
     MemoryKind memory_kind(uint32_t pointer) const;
