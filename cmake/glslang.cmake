@@ -12,7 +12,19 @@ if(NOT "$ENV{XDG_CACHE_HOME}" STREQUAL "")
 else()
   set(_shadex_cache_root "$ENV{HOME}/.cache")
 endif()
-set(SHADEX_GLSLANG_PREFIX "${_shadex_cache_root}/shadex/glslang-${SHADEX_GLSLANG_DEB_VERSION}"
+# Our fixes to the validator's source; their content is part of the cache
+# key, so a changed patch set never reuses an older build.
+file(GLOB _shadex_glslang_patches "${PROJECT_SOURCE_DIR}/tools/glslang-patches/*.patch")
+list(SORT _shadex_glslang_patches)
+set(_shadex_patch_digest "")
+foreach(_patch IN LISTS _shadex_glslang_patches)
+  file(SHA256 "${_patch}" _digest)
+  string(APPEND _shadex_patch_digest "${_digest}")
+endforeach()
+string(SHA256 _shadex_patch_digest "${_shadex_patch_digest}")
+string(SUBSTRING "${_shadex_patch_digest}" 0 8 _shadex_patch_digest)
+
+set(SHADEX_GLSLANG_PREFIX "${_shadex_cache_root}/shadex/glslang-${SHADEX_GLSLANG_DEB_VERSION}-${_shadex_patch_digest}"
     CACHE PATH "Install prefix of the packaged glslang build (validator, static libraries, CMake package)")
 
 set(SHADEX_GLSLANG_VALIDATOR "${SHADEX_GLSLANG_PREFIX}/bin/glslang")
@@ -35,6 +47,7 @@ if(NOT EXISTS "${SHADEX_GLSLANG_VALIDATOR}"
             --version "${SHADEX_GLSLANG_DEB_VERSION}"
             --banner "${SHADEX_GLSLANG_BANNER}"
             --prefix "${SHADEX_GLSLANG_PREFIX}"
+            --patches "${PROJECT_SOURCE_DIR}/tools/glslang-patches"
     RESULT_VARIABLE _shadex_glslang_status)
   if(NOT _shadex_glslang_status EQUAL 0)
     message(FATAL_ERROR

@@ -3,10 +3,13 @@
 # Debian source package and installs it into a private prefix, normally a
 # per-user cache, so that every later build on this machine reuses it.
 #
-#   build-glslang.sh --version DEBIAN_VERSION --banner TEXT --prefix DIR [--jobs N]
+#   build-glslang.sh --version DEBIAN_VERSION --banner TEXT --prefix DIR
+#                    [--patches DIR] [--jobs N]
 #
 # DEBIAN_VERSION is the exact source package version to fetch from trixie;
 # TEXT is what the built validator must print first for "glslang -v".
+# Every *.patch file in the patches directory is applied (-p1, in name order)
+# to the unpacked tree: fixes for validator crashes found on real shaders.
 # N (or SHADEX_GLSLANG_JOBS) limits the parallel compile jobs.
 # The system's apt setup is never touched: the source is fetched through a
 # private apt configuration with its own sources list, lists and cache.
@@ -18,10 +21,11 @@ SCRIPT=build-glslang
 version=""
 banner=""
 prefix=""
+patches=""
 jobs="${SHADEX_GLSLANG_JOBS:-}"
 
 usage() {
-    echo "usage: $0 --version DEBIAN_VERSION --banner TEXT --prefix DIR [--jobs N]" >&2
+    echo "usage: $0 --version DEBIAN_VERSION --banner TEXT --prefix DIR [--patches DIR] [--jobs N]" >&2
     exit 2
 }
 
@@ -30,6 +34,7 @@ while [ $# -gt 0 ]; do
         --version) version="${2-}"; shift 2 || usage ;;
         --banner) banner="${2-}"; shift 2 || usage ;;
         --prefix) prefix="${2-}"; shift 2 || usage ;;
+        --patches) patches="${2-}"; shift 2 || usage ;;
         --jobs) jobs="${2-}"; shift 2 || usage ;;
         *) usage ;;
     esac
@@ -61,7 +66,7 @@ prefix_is_complete() {
 
 require_tools() {
     local missing=() tool package
-    for entry in apt-get:apt dpkg-source:dpkg-dev cmake:cmake ninja:ninja-build \
+    for entry in apt-get:apt dpkg-source:dpkg-dev patch:patch cmake:cmake ninja:ninja-build \
                  c++:g++ python3:python3 flock:util-linux; do
         tool=${entry%%:*}
         package=${entry#*:}
@@ -138,6 +143,19 @@ EOF
         fail "could not unpack the glslang source package (log: $log)" \
              "install dpkg-dev and retry"
     fi
+}
+
+apply_patches() {
+    [ -n "$patches" ] || return 0
+    local file
+    for file in "$patches"/*.patch; do
+        [ -f "$file" ] || continue
+        say "applying $(basename "$file")"
+        if ! patch -d "$work/source/tree" -p1 --forward --batch < "$file" >>"$log" 2>&1; then
+            fail "could not apply $file to the glslang source (log: $log)" \
+                 "the patch no longer fits glslang $version; update or remove it"
+        fi
+    done
 }
 
 build_and_stage() {
@@ -220,6 +238,7 @@ trap cleanup EXIT
 
 started=$(date +%s)
 fetch_source
+apply_patches
 build_and_stage
 publish
 succeeded=1

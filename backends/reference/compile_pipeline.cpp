@@ -107,9 +107,16 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
 // only matter to other APIs (loose boolean uniforms, blocks without offsets)
 // and never reaches a driver that would check them. Other modules are
 // validated; the answer is whether the optimiser can read the module.
-bool validate(Api api, const std::vector<uint32_t>& module, spv_target_env environment, CompileResult& result) {
+bool validate(Api api, const std::vector<uint32_t>& module, CompileResult& result) {
     if (api == Api::OpenGLES) return true;
+    const spv_target_env environment =
+        api == Api::Vulkan ? universal_environment(module_version(module)) : environment_for(api, module);
     Validation validation = validate_module(module, environment);
+    if (validation.rule_relaxed_since_validator) {
+        result.warnings.push_back("The module uses 16-bit derivatives, which this compiler's validator "
+                                  "does not know yet; it was analysed without validation");
+        return true;
+    }
     if (!validation.newer_than_validator) {
         append(result.errors, validation.errors);
         return true;
@@ -150,7 +157,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
 
     const std::vector<uint32_t>& module = front.module;
     const spv_target_env environment = environment_for(api, module);
-    const bool optimise = validate(api, module, environment, result);
+    const bool optimise = validate(api, module, result);
     if (!result.errors.empty()) return result;
     append(result.errors, unsupported_module_features(api, module, core, features));
     const std::string entry_point = choose_entry_point(module, api, options.stage, options, result.errors);

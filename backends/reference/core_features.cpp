@@ -114,7 +114,7 @@ CoreFeatures tarsel_features(const CoreInfo& core) {
     // tessellation stages, no SPIR-V.
     const bool first_core = core.name == "Koro-L220";
     features.opengles_versions = first_core ? std::vector<int>{100, 300, 310} : std::vector<int>{100, 300, 310, 320};
-    if (!first_core) features.spirv_versions = {100};
+    if (!first_core) features.spirv_versions = {100, 110, 120, 130};
     features.opencl_versions = {110, 120};
     features.geometry_shaders = !first_core;
     features.tessellation_shaders = !first_core;

@@ -46,7 +46,28 @@ bool is_unknown_number(const std::string& message) {
            head.compare(head.size() - operand.size(), operand.size(), operand) == 0;
 }
 
+// Derivatives were once 32-bit only; 16-bit results are valid SPIR-V now,
+// but this validator still says "Result type component width must be 32
+// bits" for them.
+bool is_relaxed_rule(const std::string& message) {
+    if (message.compare(0, 43, "Result type component width must be 32 bits") != 0) return false;
+    for (const char* derivative : {"= OpDPdx", "= OpDPdy", "= OpFwidth"}) {
+        if (message.find(derivative) != std::string::npos) return true;
+    }
+    return false;
+}
+
 }  // namespace
+
+spv_target_env universal_environment(uint32_t spirv_version) {
+    if (spirv_version <= 100) return SPV_ENV_UNIVERSAL_1_0;
+    if (spirv_version <= 110) return SPV_ENV_UNIVERSAL_1_1;
+    if (spirv_version <= 120) return SPV_ENV_UNIVERSAL_1_2;
+    if (spirv_version <= 130) return SPV_ENV_UNIVERSAL_1_3;
+    if (spirv_version <= 140) return SPV_ENV_UNIVERSAL_1_4;
+    if (spirv_version <= 150) return SPV_ENV_UNIVERSAL_1_5;
+    return SPV_ENV_UNIVERSAL_1_6;
+}
 
 spv_target_env vulkan_environment(uint32_t spirv_version) {
     if (spirv_version <= 100) return SPV_ENV_VULKAN_1_0;
@@ -61,10 +82,7 @@ spv_target_env opencl_environment(uint32_t spirv_version) {
     if (spirv_version <= 110) return SPV_ENV_OPENCL_2_1;
     if (spirv_version <= 120) return SPV_ENV_OPENCL_2_2;
     // No OpenCL environment of SPIRV-Tools accepts newer modules.
-    if (spirv_version <= 130) return SPV_ENV_UNIVERSAL_1_3;
-    if (spirv_version <= 140) return SPV_ENV_UNIVERSAL_1_4;
-    if (spirv_version <= 150) return SPV_ENV_UNIVERSAL_1_5;
-    return SPV_ENV_UNIVERSAL_1_6;
+    return universal_environment(spirv_version);
 }
 
 spv_target_env opengles_environment() { return SPV_ENV_UNIVERSAL_1_3; }
@@ -72,19 +90,23 @@ spv_target_env opengles_environment() { return SPV_ENV_UNIVERSAL_1_3; }
 Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment) {
     Validation validation;
     bool all_unknown_numbers = true;
+    bool all_relaxed_rules = true;
     spvtools::SpirvTools tools(environment);
     tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&,
                                  const char* message) {
         if (level > SPV_MSG_ERROR) return;
         const std::string line = one_line(message);
         all_unknown_numbers = all_unknown_numbers && is_unknown_number(line);
+        all_relaxed_rules = all_relaxed_rules && is_relaxed_rule(line);
         validation.errors.push_back("Invalid SPIR-V module: " + line);
     });
     if (!tools.Validate(module) && validation.errors.empty()) {
         validation.errors.push_back("Invalid SPIR-V module");
         all_unknown_numbers = false;
+        all_relaxed_rules = false;
     }
     validation.newer_than_validator = !validation.errors.empty() && all_unknown_numbers;
+    validation.rule_relaxed_since_validator = !validation.errors.empty() && all_relaxed_rules;
     return validation;
 }
 

@@ -9,8 +9,16 @@
 
 namespace reference {
 
-// The Vulkan environment whose SPIR-V version is the module's (in hundredths).
+// The Vulkan environment whose SPIR-V version is the module's (in hundredths):
+// what the optimiser works in.
 spv_target_env vulkan_environment(uint32_t spirv_version);
+
+// SPIR-V's own rules at the module's version, without a client API's. Vulkan
+// modules are validated here: the analysis needs a well-formed module, not
+// one a particular Vulkan release would accept (capabilities such as
+// ImageRect are a driver's business, and the validator's Vulkan tables differ
+// from release to release).
+spv_target_env universal_environment(uint32_t spirv_version);
 
 // The OpenCL environment for a module of that SPIR-V version.
 spv_target_env opencl_environment(uint32_t spirv_version);
@@ -24,6 +32,9 @@ struct Validation {
     // Every complaint is about an opcode or enumerant the validator does not
     // know: the module is newer than the validator, not necessarily wrong.
     bool newer_than_validator = false;
+    // Every complaint is a rule that SPIR-V has since relaxed (16-bit
+    // derivatives): the module is valid, the validator is older than it.
+    bool rule_relaxed_since_validator = false;
 };
 
 Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment);

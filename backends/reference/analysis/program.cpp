@@ -234,25 +234,41 @@ int64_t Program::builtin_of(const PointerInfo& pointer) const {
     return -1;
 }
 
-MemoryKind Program::memory_kind(uint32_t pointer_id) const {
-    const PointerInfo pointer = trace_pointer(pointer_id);
-    uint32_t storage = pointer.storage_class;
+Program::ResolvedStorage Program::resolve_storage(uint32_t pointer_id) const {
+    ResolvedStorage resolved;
+    resolved.pointer = trace_pointer(pointer_id);
+    const PointerInfo& pointer = resolved.pointer;
+    resolved.storage_class = pointer.storage_class;
     if (pointer.root != 0) {
         const uint32_t root_storage = pointer_storage_class(module, module.value_type(pointer.root));
-        if (root_storage != StorageGeneric) storage = root_storage;
-    }
-    bool buffer_block = false;
-    if (pointer.root != 0) {
+        if (root_storage != StorageGeneric) resolved.storage_class = root_storage;
         const uint32_t block_type = pointee_type(module, module.value_type(pointer.root));
         const Decorations* block = module.decorations_of(block_type);
-        buffer_block = block != nullptr && block->buffer_block;
+        resolved.buffer_block = block != nullptr && block->buffer_block;
         if (const Instruction* array = module.type(block_type);
             array != nullptr && (array->opcode == OpTypeArray || array->opcode == OpTypeRuntimeArray) &&
             !array->operands.empty()) {
             const Decorations* element = module.decorations_of(array->operands[0]);
-            buffer_block = buffer_block || (element != nullptr && element->buffer_block);
+            resolved.buffer_block = resolved.buffer_block || (element != nullptr && element->buffer_block);
         }
     }
+    return resolved;
+}
+
+bool Program::is_read_only(uint32_t pointer_id) const {
+    const ResolvedStorage resolved = resolve_storage(pointer_id);
+    switch (resolved.storage_class) {
+        case StorageInput: case StorageUniformConstant: case StoragePushConstant: return true;
+        case StorageUniform: return !resolved.buffer_block;
+        default: return false;
+    }
+}
+
+MemoryKind Program::memory_kind(uint32_t pointer_id) const {
+    const ResolvedStorage resolved = resolve_storage(pointer_id);
+    const PointerInfo& pointer = resolved.pointer;
+    const uint32_t storage = resolved.storage_class;
+    const bool buffer_block = resolved.buffer_block;
     switch (storage) {
         case StorageInput: return MemoryKind::Input;
         case StorageOutput: return MemoryKind::Output;

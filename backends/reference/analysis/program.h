@@ -64,8 +64,19 @@ struct Program {
 
     PointerInfo trace_pointer(uint32_t pointer) const;
     MemoryKind memory_kind(uint32_t pointer) const;
+    // Memory the program cannot write: inputs, uniforms, push constants.
+    bool is_read_only(uint32_t pointer) const;
     int64_t builtin_of(const PointerInfo& pointer) const;  // -1 when not a built-in
 
+private:
+    struct ResolvedStorage {
+        PointerInfo pointer;
+        uint32_t storage_class = 0;  // of the root variable where known
+        bool buffer_block = false;   // a storage buffer declared in the Uniform class
+    };
+    ResolvedStorage resolve_storage(uint32_t pointer) const;
+
+public:
     // Calls f(function index, block index, instruction) for every instruction
     // of every reachable block of every reachable function.
     template <typename F>

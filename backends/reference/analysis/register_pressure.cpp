@@ -42,6 +42,84 @@ double value_weight(const Program& program, const Instruction& definition) {
     return components;
 }
 
+// Whether a scheduler moves the instruction towards its reader: loads of
+// memory the program cannot write, and the address arithmetic feeding them.
+// Moving anything that reads other values could keep those live longer.
+bool is_movable(const Program& program, const Instruction& instruction) {
+    switch (instruction.opcode) {
+        case OpLoad:
+            return !instruction.operands.empty() && program.is_read_only(instruction.operands[0]);
+        case OpAccessChain: case OpInBoundsAccessChain:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The order a scheduler that keeps register pressure low gives the block:
+// a movable instruction whose value has a single reader, in this block, goes
+// right before that reader; the rest keep their places. Optimised modules
+// list loads in source order, which keeps loaded values live far longer than
+// any driver would. Values read several times stay where they are.
+template <typename LiveOut>
+std::vector<size_t> pressure_order(const Program& program, const Block& block, LiveOut is_live_out) {
+    const auto& instructions = block.instructions;
+    const size_t count = instructions.size();
+    std::unordered_map<uint32_t, size_t> defined_at;
+    for (size_t i = 0; i < count; ++i) {
+        if (instructions[i].result_id != 0) defined_at.emplace(instructions[i].result_id, i);
+    }
+    // deps[i]: the movable definitions instruction i reads from this block.
+    std::vector<std::vector<size_t>> deps(count);
+    std::vector<uint32_t> readers(count, 0);
+    std::vector<char> read_later(count, 0);
+    for (size_t i = 0; i < count; ++i) {
+        for (uint32_t id : value_operands(instructions[i])) {
+            auto found = defined_at.find(id);
+            if (found == defined_at.end()) continue;
+            ++readers[found->second];
+            // A phi reads at the end of a predecessor, not here.
+            if (instructions[i].opcode != OpPhi && found->second < i) {
+                deps[i].push_back(found->second);
+                read_later[found->second] = 1;
+            }
+        }
+    }
+    std::vector<char> deferred(count, 0);
+    for (size_t i = 0; i < count; ++i) {
+        deferred[i] = readers[i] == 1 && read_later[i] && !is_live_out(instructions[i].result_id) &&
+                      is_movable(program, instructions[i]);
+    }
+    // Only deferred definitions are pulled towards their reader.
+    for (auto& list : deps) {
+        list.erase(std::remove_if(list.begin(), list.end(), [&](size_t d) { return !deferred[d]; }), list.end());
+    }
+    std::vector<size_t> order;
+    order.reserve(count);
+    std::vector<char> placed(count, 0);
+    std::vector<std::pair<size_t, size_t>> stack;  // instruction, next dependency
+    for (size_t root = 0; root < count; ++root) {
+        if (deferred[root] || placed[root]) continue;
+        placed[root] = 1;
+        stack.push_back({root, 0});
+        while (!stack.empty()) {
+            const size_t at = stack.back().first;
+            const size_t next = stack.back().second++;
+            if (next < deps[at].size()) {
+                const size_t dependency = deps[at][next];
+                if (!placed[dependency]) {
+                    placed[dependency] = 1;
+                    stack.push_back({dependency, 0});
+                }
+                continue;
+            }
+            order.push_back(at);
+            stack.pop_back();
+        }
+    }
+    return order;
+}
+
 class FunctionLiveness {
 public:
     FunctionLiveness(const Program& program, size_t fn, const InstructionMask& mask,
@@ -167,7 +245,12 @@ private:
         }
         double peak = current;
         const auto& instructions = function_.blocks[b].instructions;
-        for (size_t i = instructions.size(); i-- > 0;) {
+        const std::vector<size_t> order = pressure_order(program_, function_.blocks[b], [&](uint32_t id) {
+            const uint32_t value = index_of(id);
+            return value != NONE && live[value];
+        });
+        for (size_t k = order.size(); k-- > 0;) {
+            const size_t i = order[k];
             if (!mask_.contains(fn_, b, i)) continue;
             const Instruction& instruction = instructions[i];
             const uint32_t defined = instruction.result_id != 0 ? index_of(instruction.result_id) : NONE;
