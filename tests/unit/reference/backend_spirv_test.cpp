@@ -87,6 +87,31 @@ TEST(SpirvValidation, ExplainsAnInvalidModuleOnOneLine) {
     EXPECT_TRUE(validation.newer_than_validator);
 }
 
+TEST(SpirvValidation, KnowsRulesSpirvHasRelaxedSinceThisValidator) {
+    // A 16-bit derivative: valid SPIR-V today, refused by this validator.
+    const std::string half_derivative =
+        "OpCapability Shader\nOpCapability Float16\n"
+        "OpMemoryModel Logical GLSL450\n"
+        "OpEntryPoint Fragment %main \"main\" %color\n"
+        "OpExecutionMode %main OriginUpperLeft\n"
+        "OpDecorate %color Location 0\n"
+        "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n%half = OpTypeFloat 16\n"
+        "%out = OpTypePointer Output %half\n%color = OpVariable %out Output\n"
+        "%one = OpConstant %half 1\n"
+        "%main = OpFunction %void None %fn\n%entry = OpLabel\n%d = OpDPdx %half %one\n"
+        "OpStore %color %d\nOpReturn\nOpFunctionEnd\n";
+    const Validation validation = validate_module(assemble(half_derivative), universal_environment(100));
+    ASSERT_FALSE(validation.errors.empty());
+    EXPECT_TRUE(validation.rule_relaxed_since_validator);
+    EXPECT_FALSE(validation.newer_than_validator);
+
+    // Vulkan modules answer to SPIR-V's rules, not to one Vulkan release's
+    // capability list.
+    const std::vector<uint32_t> rect = assemble(fragment_assembly("OpCapability SampledRect\n"));
+    EXPECT_FALSE(validate_module(rect, SPV_ENV_VULKAN_1_0).errors.empty());
+    EXPECT_TRUE(validate_module(rect, universal_environment(100)).errors.empty());
+}
+
 TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
     auto trips = [](const std::string& loop) {
         FrontEndResult front = compile_glsl_es_source(

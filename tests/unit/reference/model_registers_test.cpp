@@ -49,6 +49,24 @@ TEST(RegisterModel, WorkRegistersArePeakLiveComponents) {
     }
 }
 
+TEST(RegisterModel, LoadsAreScheduledNextToTheirOnlyReader) {
+    // Four inputs copied up front, then used one at a time: loaded where
+    // they are read, at most the running product and one input are live.
+    const auto result = analyse("#version 450\n"
+                                "layout(location = 0) in vec4 a;\n"
+                                "layout(location = 1) in vec4 b;\n"
+                                "layout(location = 2) in vec4 c;\n"
+                                "layout(location = 3) in vec4 d;\n"
+                                "layout(location = 0) out vec4 o;\n"
+                                "void main() {\n"
+                                "    vec4 ta = a; vec4 tb = b; vec4 tc = c; vec4 td = d;\n"
+                                "    o = ((ta * 2.0) * tb) * tc * td;\n"
+                                "}\n",
+                                "fragment");
+    ASSERT_EQ(result.variants.size(), 1u);
+    EXPECT_EQ(value(result.variants[0], "work_registers_used"), "8");
+}
+
 TEST(RegisterModel, OpenGlEsLooseUniformsFeedThePilotAndUniformRegisters) {
     const auto fragment = analyse_es(
         "precision mediump float;\n"
