@@ -71,8 +71,10 @@ public:
 
     Statistics variant(int number, const InstructionMask& mask, const InstructionMask* pilot) const {
         Statistics statistics = {{"variant", std::to_string(number)}};
-        const PathFigures figures = path_figures(program_, mask);
-        add_storage(statistics, program_.profile, peak_registers(program_, mask), stack_, workgroup_);
+        PathFigures figures = path_figures(program_, mask);
+        const double registers = peak_registers(program_, mask);
+        add_spill_traffic(figures, program_.profile, registers);
+        add_storage(statistics, program_.profile, registers, stack_, workgroup_);
         uint64_t uniforms = uniform_registers(program_, mask, pilot);
         if (uniforms > core_.uniform_registers) uniforms = core_.uniform_registers;
         statistics.emplace_back("uniform_registers_used", std::to_string(uniforms));

@@ -26,9 +26,7 @@ bool is_boolean(const Module& module, uint32_t type_id) {
     return type != nullptr && type->opcode == OpTypeBool;
 }
 
-double messages(uint64_t bytes) {
-    return std::max(1.0, std::ceil(static_cast<double>(bytes) / MESSAGE_BYTES));
-}
+double messages(uint64_t bytes) { return load_store_messages(bytes); }
 
 class CostBuilder {
 public:
@@ -292,6 +290,10 @@ bool is_half_precision(const Program& program, const Instruction& instruction) {
     const uint32_t first = instruction.operands[0];
     const uint32_t first_type = module.value_type(first);
     return !is_boolean(module, first_type) && half(first, first_type);
+}
+
+double load_store_messages(uint64_t bytes) {
+    return std::max(1.0, std::ceil(static_cast<double>(bytes) / MESSAGE_BYTES));
 }
 
 InstructionCost instruction_cost(const Program& program, const Instruction& instruction) {

@@ -40,6 +40,9 @@ struct InstructionCost {
 // where it is called).
 InstructionCost instruction_cost(const Program& program, const Instruction& instruction);
 
+// Load/store messages to move that many bytes per thread.
+double load_store_messages(uint64_t bytes);
+
 // True when the instruction computes at 16 bits: a 16-bit result type or a
 // RelaxedPrecision result (comparisons look at their first operand).
 bool is_half_precision(const Program& program, const Instruction& instruction);

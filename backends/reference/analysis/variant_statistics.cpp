@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "analysis/instruction_cost.h"
+
 namespace reference {
 
 namespace {
@@ -20,6 +22,16 @@ std::string slash_list(const std::vector<double>& values) {
         text += format_figure(value);
     }
     return text;
+}
+
+uint64_t whole_registers(double peak_registers) {
+    return static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
+}
+
+uint64_t spilled_bytes(const ArchitectureProfile& profile, double peak_registers) {
+    const uint64_t registers = whole_registers(peak_registers);
+    if (registers <= profile.work_registers) return 0;
+    return (registers - profile.work_registers) * 4u * profile.register_components;
 }
 
 }  // namespace
@@ -97,14 +109,19 @@ void add_half_precision(Statistics& statistics, const ArchitectureProfile& profi
     }
 }
 
+void add_spill_traffic(PathFigures& figures, const ArchitectureProfile& profile, double peak_registers) {
+    const uint64_t bytes = spilled_bytes(profile, peak_registers);
+    if (bytes == 0) return;
+    const double traffic = 2 * load_store_messages(bytes);
+    figures.total[PipeLS] += traffic;
+    figures.shortest[PipeLS] += traffic;
+    figures.longest[PipeLS] += traffic;
+}
+
 void add_storage(Statistics& statistics, const ArchitectureProfile& profile, double peak_registers,
                  uint64_t stack_bytes, uint64_t workgroup_bytes) {
-    uint64_t registers = static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
-    uint64_t spill_bytes = 0;
-    if (registers > profile.work_registers) {
-        spill_bytes = (registers - profile.work_registers) * 4u * profile.register_components;
-        registers = profile.work_registers;
-    }
+    const uint64_t spill_bytes = spilled_bytes(profile, peak_registers);
+    const uint64_t registers = std::min<uint64_t>(whole_registers(peak_registers), profile.work_registers);
     // The program reads these as signed 32-bit numbers.
     auto clamp = [](uint64_t value) { return std::to_string(std::min<uint64_t>(value, INT32_MAX)); };
     statistics.emplace_back("work_registers_used", std::to_string(registers));

@@ -24,6 +24,10 @@ void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathF
 // "part_float16" and "part_v2float16_underused" where 16-bit arithmetic is reported.
 void add_half_precision(Statistics& statistics, const ArchitectureProfile& profile, const ArithmeticMix& mix);
 
+// Spilled registers are written to the stack once and read back once: that
+// traffic goes on the load/store figures of every path.
+void add_spill_traffic(PathFigures& figures, const ArchitectureProfile& profile, double peak_registers);
+
 // Work registers, spilling and thread-local storage from the peak register
 // use and the stack size.
 void add_storage(Statistics& statistics, const ArchitectureProfile& profile, double peak_registers,

@@ -110,6 +110,16 @@ TEST(ModelRobustness, RegistersBeyondTheFileSpillFourBytesEach) {
     reference::add_storage(statistics, reference::architecture_profile(Architecture::Tarsel), 17, 0, 0);
     EXPECT_EQ(value(statistics, "spill_size"), "16");  // one vec4 register
 
+    // 28 spilled bytes are two 16-byte messages out and two back, on every path.
+    reference::PathFigures figures;
+    figures.longest[reference::PipeLS] = 1;
+    reference::add_spill_traffic(figures, reference::architecture_profile(Architecture::Pelion), 70.5);
+    EXPECT_EQ(figures.total[reference::PipeLS], 4);
+    EXPECT_EQ(figures.shortest[reference::PipeLS], 4);
+    EXPECT_EQ(figures.longest[reference::PipeLS], 5);
+    reference::add_spill_traffic(figures, reference::architecture_profile(Architecture::Pelion), 64);
+    EXPECT_EQ(figures.total[reference::PipeLS], 4);
+
     EXPECT_EQ(reference::format_figure(2.0), "2");
     EXPECT_EQ(reference::format_figure(-1.0), "-1");
     EXPECT_EQ(reference::format_figure(0.125), "0.125");
