@@ -18,6 +18,10 @@ namespace reference {
 namespace {
 
 constexpr int DEFAULT_OPENCL_VERSION = 120;
+// Deeper nesting than any real program needs; the validator's structured
+// control-flow checks grow with the cube of the depth (1000 levels take
+// most of a minute), so deeper modules are refused before it runs.
+constexpr size_t MAX_CONTROL_FLOW_NESTING = 256;
 
 void append(std::vector<std::string>& to, const std::vector<std::string>& lines) {
     to.insert(to.end(), lines.begin(), lines.end());
@@ -157,6 +161,13 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
 
     const std::vector<uint32_t>& module = front.module;
     const spv_target_env environment = environment_for(api, module);
+    const size_t nesting = control_flow_nesting_depth(module);
+    if (nesting > MAX_CONTROL_FLOW_NESTING) {
+        result.errors.push_back("Control flow is nested " + std::to_string(nesting) +
+                                " levels deep; at most " + std::to_string(MAX_CONTROL_FLOW_NESTING) +
+                                " levels are supported");
+        return result;
+    }
     const bool optimise = validate(api, module, result);
     if (!result.errors.empty()) return result;
     append(result.errors, unsupported_module_features(api, module, core, features));

@@ -115,7 +115,9 @@ CoreFeatures tarsel_features(const CoreInfo& core) {
     const bool first_core = core.name == "Koro-L220";
     features.opengles_versions = first_core ? std::vector<int>{100, 300, 310} : std::vector<int>{100, 300, 310, 320};
     if (!first_core) features.spirv_versions = {100, 110, 120, 130};
-    features.opencl_versions = {110, 120};
+    // OpenCL 3.0 is 1.2 with everything newer optional, which these cores
+    // can offer; 2.0 requires what they lack.
+    features.opencl_versions = {110, 120, 300};
     features.geometry_shaders = !first_core;
     features.tessellation_shaders = !first_core;
     features.opengles_extensions =
@@ -129,7 +131,7 @@ CoreFeatures ostrem_features() {
     CoreFeatures features;
     features.opengles_versions = {100, 300, 310, 320};
     features.spirv_versions = {100, 110, 120, 130};
-    features.opencl_versions = {110, 120, 200};
+    features.opencl_versions = {110, 120, 200, 300};
     features.geometry_shaders = true;
     features.tessellation_shaders = true;
     features.opengles_extensions = joined(opengles_es31_extensions(), opengles_es32_extensions());

@@ -1,5 +1,7 @@
 #include "feature_checks.h"
 
+#include <algorithm>
+
 #include "spirv_module_info.h"
 
 namespace reference {
@@ -33,11 +35,14 @@ std::string unsupported_request(Api api, Stage stage, int opencl_version, const 
     const std::string stage_name = stage_description(stage);
     if (is_opencl(api)) {
         if (stage != Stage::Kernel) return "OpenCL compiles kernels, not " + stage_name + " shaders";
-        const int highest = highest_version(features.opencl_versions);
-        if (opencl_version > highest)
-            return "OpenCL C " + version_text(opencl_version) + " is not supported by " + core.name +
-                   " (highest: " + version_text(highest) + ")";
-        return "";
+        const auto& offered = features.opencl_versions;
+        if (std::find(offered.begin(), offered.end(), opencl_version) != offered.end()) return "";
+        const std::string refused = "OpenCL C " + version_text(opencl_version) + " is not supported by " + core.name;
+        const int highest = highest_version(offered);
+        if (opencl_version > highest) return refused + " (highest: " + version_text(highest) + ")";
+        std::string supported;
+        for (int version : offered) supported += (supported.empty() ? "" : ", ") + version_text(version);
+        return refused + " (supported: " + supported + ")";
     }
     if (stage == Stage::Kernel) return "Kernels are compiled for OpenCL, not " + api_name(api);
     if (api == Api::Vulkan && features.spirv_versions.empty()) return core.name + " does not support Vulkan";

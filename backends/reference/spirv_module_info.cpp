@@ -1,6 +1,8 @@
 #include "spirv_module_info.h"
 
+#include <algorithm>
 #include <functional>
+#include <unordered_set>
 
 namespace reference {
 
@@ -11,6 +13,10 @@ constexpr uint32_t OP_SOURCE = 3;
 constexpr uint32_t OP_SOURCE_EXTENSION = 4;
 constexpr uint32_t OP_ENTRY_POINT = 15;
 constexpr uint32_t OP_CAPABILITY = 17;
+constexpr uint32_t OP_FUNCTION = 54;
+constexpr uint32_t OP_LOOP_MERGE = 246;
+constexpr uint32_t OP_SELECTION_MERGE = 247;
+constexpr uint32_t OP_LABEL = 248;
 
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
@@ -75,6 +81,31 @@ bool declares_capability(const std::vector<uint32_t>& module, uint32_t capabilit
             found = true;
     });
     return found;
+}
+
+size_t control_flow_nesting_depth(const std::vector<uint32_t>& module) {
+    std::vector<uint32_t> open_merges;  // innermost last
+    std::unordered_set<uint32_t> open_set;
+    size_t deepest = 0;
+    for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
+        if (opcode == OP_FUNCTION) {
+            open_merges.clear();
+            open_set.clear();
+        } else if ((opcode == OP_SELECTION_MERGE || opcode == OP_LOOP_MERGE) && end - first >= 2) {
+            open_merges.push_back(module[first + 1]);
+            open_set.insert(module[first + 1]);
+            deepest = std::max(deepest, open_merges.size());
+        } else if (opcode == OP_LABEL && end - first >= 2 && open_set.count(module[first + 1])) {
+            // Reaching a merge block closes its construct and any left open inside it.
+            uint32_t closed;
+            do {
+                closed = open_merges.back();
+                open_merges.pop_back();
+                open_set.erase(closed);
+            } while (closed != module[first + 1]);
+        }
+    });
+    return deepest;
 }
 
 }  // namespace reference

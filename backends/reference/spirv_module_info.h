@@ -30,6 +30,11 @@ SourceDeclaration source_declaration(const std::vector<uint32_t>& module);
 
 bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability);
 
+// How many structured constructs (selections and loops) enclose the deepest
+// block of any function: each opens at its merge instruction and closes at its
+// merge block, which follows the construct's blocks in the module's order.
+size_t control_flow_nesting_depth(const std::vector<uint32_t>& module);
+
 // The text of a literal string starting at words[first], stopping at the
 // first NUL or at end (exclusive word index).
 std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end);

@@ -70,7 +70,7 @@ TEST(LibraryCapabilities, DescribeTheLibraryAndEachCore) {
     EXPECT_FALSE(pelion.count("opencl_c_version"));
 
     auto kernels = as_map(core_capabilities("opencl", *find_core("Koro-N36", "r0p0")));
-    EXPECT_EQ(kernels["opencl_c_version"], "110 120 200");
+    EXPECT_EQ(kernels["opencl_c_version"], "110 120 200 300");
     EXPECT_FALSE(kernels.count("openglessl_version"));
 }
 

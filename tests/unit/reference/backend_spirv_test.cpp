@@ -171,7 +171,11 @@ TEST(FeatureChecks, RefuseStagesAndVersionsACoreDoesNotHave) {
               "Koro-N68 does not support ray tracing (ray generation shaders)");
     EXPECT_EQ(refusal(Api::Vulkan, Stage::RayClosestHit, fifth), "");
     EXPECT_EQ(refusal(Api::OpenGLES, Stage::RayMiss, fifth), "OpenGL ES has no ray miss shaders");
-    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 300), "OpenCL C 3.0 is not supported by Koro-L220 (highest: 1.2)");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 200),
+              "OpenCL C 2.0 is not supported by Koro-L220 (supported: 1.1, 1.2, 3.0)");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 300), "");
+    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 310),
+              "OpenCL C 3.1 is not supported by Koro-L220 (highest: 3.0)");
     EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, pelion, 300), "");
     EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Vertex, pelion), "OpenCL compiles kernels, not vertex shaders");
     EXPECT_EQ(refusal(Api::OpenGLES, Stage::Kernel, pelion), "Kernels are compiled for OpenCL, not OpenGL ES");
