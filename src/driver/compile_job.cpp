@@ -1,5 +1,6 @@
 #include "driver/compile_job.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <tclap/ArgException.h>
@@ -151,6 +152,15 @@ void check_opencl_version(const std::string& version, const InputShape& shape,
         usage_error("OpenCL " + version + " is not supported by " + compiler.core + ".");
 }
 
+// Back-ends and the validator read source text up to its first NUL: a NUL
+// with text after it (in a comment, say) would hide the rest of the program.
+void check_no_hidden_text(const Bytes& source) {
+    auto nul = std::find(source.begin(), source.end(), 0);
+    if (std::all_of(nul, source.end(), [](auto byte) { return byte == 0; })) return;
+    size_t line = 1 + static_cast<size_t>(std::count(source.begin(), nul, '\n'));
+    usage_error("Input source contains a NUL byte on line " + std::to_string(line) + ".");
+}
+
 std::vector<std::string> complete_defines(const std::vector<std::string>& defines) {
     std::vector<std::string> result;
     for (const std::string& define : defines)
@@ -278,6 +288,7 @@ int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& o
 
     std::string cl_version = options.opencl.getValue();
     if (api == CompilerType::OpenCL) check_opencl_version(cl_version, shape, *compiler);
+    if (!shape.is_spirv) check_no_hidden_text(shape.bytes);
 
     std::vector<std::string> defines = complete_defines(options.defines.getValue());
     SpecializationConstants constants = parse_specialization_constants(options.sconsts.getValue());

@@ -1,6 +1,7 @@
 // shadex: one job per run (compile, list or info), one report, exit 0, 1 or 2.
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@
 
 namespace {
 
+int run_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output) {
+    if (options.list.getValue()) return run_list_job(options, manager, output);
+    if (options.info.getValue()) return run_info_job(options, manager, output);
+    return run_compile_job(options, manager, output);
+}
+
 int run(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
         std::vector<std::string>& args) {
     options.cmd.parse(args);
@@ -23,9 +30,13 @@ int run(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
     if (!out_name.empty() && !output.open_out_file(out_name))
         throw TCLAP::ArgParseException("Could not create output file: " + out_name);
 
-    if (options.list.getValue()) return run_list_job(options, manager, output);
-    if (options.info.getValue()) return run_info_job(options, manager, output);
-    return run_compile_job(options, manager, output);
+    int status = run_job(options, manager, output);
+    // A report lost on the way out (a full disk, a device that refuses it)
+    // must not pass for a result.
+    if (!output.structured_report().flush())
+        throw std::runtime_error(out_name.empty() ? "Could not write the report to standard output."
+                                                  : "Could not write output file: " + out_name);
+    return status;
 }
 
 }  // namespace

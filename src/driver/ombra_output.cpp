@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "common/platform.h"
 #include "common/product.h"
 #include "report/format.h"
 
@@ -87,11 +88,12 @@ void OmbraOutput::failure(TCLAP::CmdLineInterface& cmd, TCLAP::ArgException& e) 
     err << std::endl;
     err << "Run " << cmd.getProgramName() << " --help for more detail." << std::endl;
 
-    // A failed run leaves no partial report behind.
+    // A failed run leaves no partial report behind; a device or pipe named
+    // as the output (/dev/null) holds no report and stays.
     if (out_file.is_open()) {
         out_file.close();
         report_stream = &std::cout;
-        std::remove(out_file_name.c_str());
+        if (does_file_exist(out_file_name)) std::remove(out_file_name.c_str());
     }
     throw TCLAP::ExitException(2);
 }

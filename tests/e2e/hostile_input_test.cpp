@@ -1,0 +1,306 @@
+// Hostile inputs through the real program and its bundled back-end: broken
+// and cut-short SPIR-V, huge and deeply nested sources, NUL bytes and invalid
+// UTF-8, directories as inputs and outputs that cannot be written. Every run
+// ends promptly with status 0, 1 or 2 and a message, never a crash, and
+// leaves nothing behind in the temporary directory.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include "e2e/harness.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string VALIDATOR = SHADEX_BIN_DIR "/external/glslang";
+const std::string CORE = "Koro-N68";  // runs every API, OpenCL up to 3.0
+constexpr double SECONDS_ALLOWED = 20;
+constexpr int ANY_FAILURE = -1;  // status 1 or 2: which layer notices first is not the point
+
+struct Case {
+    std::string what;
+    std::vector<std::string> args;
+    int status;
+    std::string message;  // a piece of the error text; "" for any
+    std::string stdin_data = "";
+};
+
+std::string repeat(const std::string& piece, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) text += piece;
+    return text;
+}
+
+// One body in three languages: GLSL ES, Vulkan GLSL and OpenCL C share the
+// statements used here.
+std::string glsl_es(const std::string& body) {
+    return "#version 310 es\nprecision highp float;\nin float v;\nlayout(location = 0) out vec4 color;\n"
+           "void main() {\n    float x = v;\n" + body + "    color = vec4(x);\n}\n";
+}
+
+std::string glsl_vulkan(const std::string& body) {
+    return "#version 450\nlayout(location = 0) in float v;\nlayout(location = 0) out vec4 color;\n"
+           "void main() {\n    float x = v;\n" + body + "    color = vec4(x);\n}\n";
+}
+
+std::string opencl_c(const std::string& body) {
+    return "__kernel void k(__global float* out, float v) {\n    float x = v;\n" + body +
+           "    out[0] = x;\n}\n";
+}
+
+std::string nested_ifs(int depth) {
+    return repeat("if (x > v) {\n    x = x * 1.5f;\n", depth) +
+           repeat("} else {\n    x = x - v;\n}\n", depth);
+}
+
+std::string loop_heavy() {
+    return repeat("for (int i = 0; i < 3; ++i) {\n", 30) + "x = x * 1.5f + v;\n" + repeat("}\n", 30) +
+           repeat("for (int i = 0; i < 4; ++i) { x = x * 0.5f + v; }\n", 200);
+}
+
+std::string words(const std::vector<uint32_t>& values) {
+    return std::string(reinterpret_cast<const char*>(values.data()), values.size() * 4);
+}
+
+std::string random_bytes(size_t count) {
+    std::mt19937 generator(20240611);
+    std::string bytes;
+    for (size_t i = 0; i < count; ++i) bytes += static_cast<char>(generator() & 0xFF);
+    return bytes;
+}
+
+// The text after the first "ERROR:" up to the blank line that ends it, from
+// the report or, for usage and run-time errors, from standard error.
+std::string error_text(const RunResult& result) {
+    for (const std::string* stream : {&result.out, &result.err}) {
+        size_t at = stream->find("ERROR:");
+        if (at == std::string::npos) continue;
+        std::string text = stream->substr(at + 6, stream->find("\n\n", at) - at - 6);
+        size_t first = text.find_first_not_of(" \n");
+        return first == std::string::npos ? "" : text.substr(first);
+    }
+    return "";
+}
+
+class HostileInput : public ::testing::Test {
+protected:
+    TempDir files;
+    TempDir scratch;  // TMP and TMPDIR of each run: must be empty afterwards
+
+    void check(const Case& c) {
+        SCOPED_TRACE(c.what);
+        RunOptions options;
+        options.working_dir = files.path();
+        options.env = {{"TMP", scratch.path()}, {"TMPDIR", scratch.path()}};
+        options.stdin_data = c.stdin_data;
+        options.timeout_seconds = 60;
+        const auto start = std::chrono::steady_clock::now();
+        RunResult result = run_shadex(c.args, options);
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+
+        EXPECT_LT(took.count(), SECONDS_ALLOWED);
+        EXPECT_TRUE(fs::is_empty(scratch.path())) << "temporary files left behind";
+        const std::string all = result.out + result.err;
+        if (c.status == ANY_FAILURE) {
+            EXPECT_TRUE(result.status == 1 || result.status == 2) << result.status << "\n" << all;
+        } else {
+            EXPECT_EQ(result.status, c.status) << all;
+        }
+        if (result.status == 0) {
+            EXPECT_TRUE(contains(result.out, "Total instruction cycles:")) << all;
+            return;
+        }
+        const std::string message = error_text(result);
+        EXPECT_FALSE(message.empty()) << all;
+        EXPECT_TRUE(contains(message, c.message)) << message;
+    }
+
+    void check_all(const std::vector<Case>& cases) {
+        for (const Case& c : cases) check(c);
+    }
+
+    std::vector<std::string> compile(std::vector<std::string> args) {
+        args.insert(args.begin(), {"-c", CORE});
+        return args;
+    }
+};
+
+TEST_F(HostileInput, BrokenSpirvModulesAreRefused) {
+    files.write("shade.frag", glsl_vulkan("    x = x * 1.5f;\n"));
+    ASSERT_EQ(run_program(VALIDATOR, {"-V", "-o", files.file("shade.spv"), files.file("shade.frag")}).status, 0);
+    const std::string module = read_file(files.file("shade.spv"));
+    ASSERT_GT(module.size(), 100u);
+
+    const std::string magic = module.substr(0, 4);
+    const std::string header = module.substr(0, 20);
+    const uint32_t entry = (5u << 16) | 15;  // OpEntryPoint Fragment %4 "main"
+    std::vector<Case> cases = {
+        {"garbage behind the magic", {"g.frag.spv"}, ANY_FAILURE, ""},
+        {"garbage behind a header", {"h.frag.spv"}, ANY_FAILURE, ""},
+        {"garbage behind the magic, as a kernel", {"--opencl", "3.0", "-n", "main", "g.cl.spv"}, 1, "SPIR-V"},
+        {"garbage from standard input", {"--vulkan", "--spirv", "-f", "-"}, ANY_FAILURE, "", magic + random_bytes(400)},
+        {"zero word count", {"zero.frag.spv"}, ANY_FAILURE, ""},
+        {"word count past the end", {"long.frag.spv"}, 1, "Invalid SPIR-V module"},
+        {"unterminated entry point name", {"name.frag.spv"}, 1, "Invalid SPIR-V module"},
+        {"id bound beyond any module", {"bound.frag.spv"}, 1, "Invalid SPIR-V module"},
+    };
+    files.write("g.frag.spv", magic + random_bytes(400));
+    files.write("g.cl.spv", magic + random_bytes(400));
+    files.write("h.frag.spv", header + random_bytes(400));
+    files.write("zero.frag.spv", header + words({0, 0, 0, entry, 4, 1, 0x6e69616d, 0}));
+    files.write("long.frag.spv", header + words({(100u << 16) | 15, 4, 1, 0x6e69616d, 0}));
+    files.write("name.frag.spv", header + words({entry, 4, 1, 0x6e69616d, 0x41414141}));
+    files.write("bound.frag.spv",
+                words({0x07230203, 0x00010300, 0, 0xFFFFFFFF, 0, entry, 4, 1, 0x6e69616d, 0}));
+
+    // Cut inside the header, right after it, mid-word and at word ends
+    // through the module; each also with a specialisation constant rewrite.
+    const size_t size = module.size();
+    for (size_t cut : {size_t{4}, size_t{5}, size_t{20}, size_t{21}, size_t{44}, size / 2 / 4 * 4,
+                       size / 2 + 1, size - 4, size - 1}) {
+        const std::string name = "cut" + std::to_string(cut);
+        files.write(name + ".frag.spv", module.substr(0, cut));
+        files.write(name + ".cl.spv", module.substr(0, cut));
+        cases.push_back({name, {name + ".frag.spv"}, ANY_FAILURE, ""});
+        cases.push_back({name + " with -S", {"-S", "0=1", name + ".frag.spv"}, ANY_FAILURE, ""});
+        cases.push_back({name + " as a kernel", {"--opencl", "3.0", "-n", "main", name + ".cl.spv"}, ANY_FAILURE, ""});
+    }
+    for (Case& c : cases) c.args = compile(c.args);
+    check_all(cases);
+}
+
+TEST_F(HostileInput, LargeAndDeeplyNestedSourcesFinishPromptly) {
+    const std::vector<std::pair<std::string, std::string>> bodies = {
+        {"10000 lines", repeat("    x = x * 1.0001f + v;\n", 10000)},
+        {"5000 nested parentheses", "    x = " + repeat("(", 5000) + "x + v" + repeat(")", 5000) + ";\n"},
+        {"200 nested if/else", nested_ifs(200)},
+        {"1000 nested if/else", nested_ifs(1000)},
+        {"many nested and sequential loops", loop_heavy()},
+    };
+    // OpenCL C allows 256 nested brackets; GLSL has no such limit, but the
+    // back-end refuses control flow nested more than 256 levels deep.
+    const std::map<std::string, std::pair<int, std::string>> refused = {
+        {"5000 nested parentheses/cl", {1, "bracket nesting level exceeded"}},
+        {"1000 nested if/else/cl", {1, "bracket nesting level exceeded"}},
+        {"1000 nested if/else/es", {1, "nested 1000 levels deep"}},
+        {"1000 nested if/else/vk", {1, "nested 1000 levels deep"}},
+    };
+    std::vector<Case> cases;
+    for (size_t i = 0; i < bodies.size(); ++i) {
+        const auto& [what, body] = bodies[i];
+        const std::string stem = "big" + std::to_string(i);
+        files.write(stem + ".frag", glsl_es(body));
+        files.write(stem + ".vk.frag", glsl_vulkan(body));
+        files.write(stem + ".cl", opencl_c(body));
+        const std::vector<std::pair<std::string, std::vector<std::string>>> runs = {
+            {"es", {stem + ".frag"}}, {"vk", {"--vulkan", stem + ".vk.frag"}}, {"cl", {"-n", "k", stem + ".cl"}}};
+        for (const auto& [api, args] : runs) {
+            auto expected = refused.find(what + "/" + api);
+            if (expected == refused.end())
+                cases.push_back({what + " " + api, compile(args), 0, ""});
+            else
+                cases.push_back({what + " " + api, compile(args), expected->second.first, expected->second.second});
+        }
+    }
+    check_all(cases);
+}
+
+TEST_F(HostileInput, NulBytesAndInvalidUtf8InSource) {
+    using namespace std::string_literals;
+    struct Body {
+        std::string what;
+        std::string body;
+        int status;
+        std::string message;
+    };
+    const std::vector<Body> bodies = {
+        {"NUL in code", "    x = x\0 * 1.5f;\n"s, 2, "NUL byte on line"},
+        {"NUL in a comment", "    // scale \0 it\n    x = x * 1.5f;\n"s, 2, "NUL byte on line"},
+        {"invalid UTF-8 in code", "    float y\xff\xfe = x;\n    x = y\xff\xfe;\n", 1, ""},
+        {"invalid UTF-8 in comments", "    // caf\xc3\xa9 \xff\xfe\xc0\x80\n    /* \xed\xa0\x80 */\n", 0, ""},
+    };
+    std::vector<Case> cases;
+    for (size_t i = 0; i < bodies.size(); ++i) {
+        const Body& b = bodies[i];
+        const std::string stem = "odd" + std::to_string(i);
+        files.write(stem + ".frag", glsl_es(b.body));
+        files.write(stem + ".vk.frag", glsl_vulkan(b.body));
+        files.write(stem + ".cl", opencl_c(b.body));
+        cases.push_back({b.what + " es", compile({stem + ".frag"}), b.status, b.message});
+        cases.push_back({b.what + " vk", compile({"--vulkan", stem + ".vk.frag"}), b.status, b.message});
+        cases.push_back({b.what + " cl", compile({"-n", "k", stem + ".cl"}), b.status, b.message});
+    }
+    // A NUL that ends the text hides nothing, from a file or standard input.
+    files.write("ends.frag", glsl_es("") + "\0\0"s);
+    cases.push_back({"trailing NULs", compile({"ends.frag"}), 0, ""});
+    cases.push_back({"NUL from standard input", compile({"-f", "-"}), 2, "NUL byte on line 7.",
+                     glsl_es("    x = x\0 * 1.5f;\n"s)});
+    check_all(cases);
+}
+
+TEST_F(HostileInput, DirectoriesAreNotInputs) {
+    for (const char* name : {"dir.frag", "dir.cl", "dir.frag.spv"}) fs::create_directory(files.file(name));
+    check_all({
+        {"directory as a shader", compile({"dir.frag"}), 2, "Input file dir.frag does not exist."},
+        {"directory as Vulkan GLSL", compile({"--vulkan", "dir.frag"}), 2, "Input file dir.frag does not exist."},
+        {"directory as a kernel", compile({"-n", "k", "dir.cl"}), 2, "Input file dir.cl does not exist."},
+        {"directory as SPIR-V", compile({"dir.frag.spv"}), 2, "Input file dir.frag.spv does not exist."},
+        {"working directory with a stage", compile({"-f", "."}), 2, "Input file . does not exist."},
+    });
+}
+
+TEST_F(HostileInput, UnwritableOutputEndsWithAMessage) {
+    files.write("shade.frag", glsl_es("    x = x * 1.5f;\n"));
+    files.write("shade.vk.frag", glsl_vulkan("    x = x * 1.5f;\n"));
+    files.write("plain", "not a directory");
+    fs::create_directory(files.file("locked"));
+    fs::permissions(files.file("locked"), fs::perms::owner_read | fs::perms::owner_exec);
+    fs::create_directory(files.file("taken"));
+
+    std::vector<Case> cases = {
+        {"parent is a file", compile({"-o", "plain/report.txt", "shade.frag"}), 2,
+         "Could not create output file: plain/report.txt"},
+        {"missing parent", compile({"-o", "nowhere/report.txt", "shade.frag"}), 2,
+         "Could not create output file: nowhere/report.txt"},
+        {"output is a directory", compile({"-o", "taken", "shade.frag"}), 2, "Could not create output file: taken"},
+        {"full device", compile({"-o", "/dev/full", "shade.frag"}), 2, "Could not write output file: /dev/full"},
+        {"full device after Vulkan GLSL", compile({"--vulkan", "-o", "/dev/full", "shade.vk.frag"}), 2,
+         "Could not write output file: /dev/full"},
+        {"full device, JSON", compile({"--format", "json", "-o", "/dev/full", "shade.frag"}), 2,
+         "Could not write output file: /dev/full"},
+    };
+    // Whoever may write anyway (the superuser) cannot test a read-only directory.
+    if (access(files.file("locked").c_str(), W_OK) != 0)
+        cases.push_back({"read-only directory", compile({"-o", "locked/report.txt", "shade.frag"}), 2,
+                         "Could not create output file: locked/report.txt"});
+    check_all(cases);
+    EXPECT_TRUE(fs::is_empty(files.file("locked")));
+}
+
+TEST_F(HostileInput, FailedRunRemovesOnlyARegularReportFile) {
+    files.write("empty.frag", "");
+    files.write("old-report.txt", "stale");
+    const std::string pipe = files.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    // A reader keeps the pipe open for the program's writer without blocking it.
+    int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    check_all({
+        {"usage error into a pipe", compile({"-o", "pipe", "empty.frag"}), 2, "Input file is empty."},
+        {"usage error into a file", compile({"-o", "old-report.txt", "empty.frag"}), 2, "Input file is empty."},
+    });
+    close(reader);
+    EXPECT_TRUE(fs::is_fifo(pipe)) << "a named pipe given as the output was deleted";
+    EXPECT_FALSE(fs::exists(files.file("old-report.txt")));
+}
+
+}  // namespace
