@@ -147,7 +147,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     const Api api = request_api(library_type, options.spirv);
     if (is_opencl(api) && options.opencl_version == 0) options.opencl_version = DEFAULT_OPENCL_VERSION;
 
-    const CoreFeatures features = core_features(core);
+    const CoreFeatures& features = core_features(core);
     const std::string refusal = unsupported_request(api, options.stage, options.opencl_version, core, features);
     if (!refusal.empty()) {
         result.errors.push_back(refusal);

@@ -1,6 +1,7 @@
 #include "core_features.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace reference {
@@ -167,9 +168,7 @@ std::vector<T> merged(const std::vector<T>& so_far, const std::vector<T>& more) 
     return result;
 }
 
-}  // namespace
-
-CoreFeatures core_features(const CoreInfo& core) {
+CoreFeatures features_of(const CoreInfo& core) {
     switch (core.architecture) {
         case Architecture::Tarsel: return tarsel_features(core);
         case Architecture::Ostrem: return ostrem_features();
@@ -177,6 +176,21 @@ CoreFeatures core_features(const CoreInfo& core) {
         case Architecture::FifthGen: return fifth_generation_features(core);
     }
     return CoreFeatures{};
+}
+
+}  // namespace
+
+const CoreFeatures& core_features(const CoreInfo& core) {
+    static const std::map<std::string, CoreFeatures> by_core = [] {
+        std::map<std::string, CoreFeatures> table;
+        for (const CoreInfo& known : reference_cores()) table.emplace(known.name, features_of(known));
+        return table;
+    }();
+    auto found = by_core.find(core.name);
+    if (found != by_core.end()) return found->second;
+    // A core outside the catalogue offers nothing.
+    static const CoreFeatures nothing;
+    return nothing;
 }
 
 int highest_version(const std::vector<int>& versions) {
@@ -195,29 +209,43 @@ std::string name_list_text(const std::vector<std::string>& names) {
     return text;
 }
 
-std::vector<int> all_opengles_versions() {
-    std::vector<int> versions;
-    for (const CoreInfo& core : reference_cores()) versions = merged(versions, core_features(core).opengles_versions);
-    std::sort(versions.begin(), versions.end());
+// The tables below are the same for the life of the process; the program
+// asks for them once per probe compile, so they are built once.
+const std::vector<int>& all_opengles_versions() {
+    static const std::vector<int> versions = [] {
+        std::vector<int> all;
+        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opengles_versions);
+        std::sort(all.begin(), all.end());
+        return all;
+    }();
     return versions;
 }
 
-std::vector<int> all_opencl_versions() {
-    std::vector<int> versions;
-    for (const CoreInfo& core : reference_cores()) versions = merged(versions, core_features(core).opencl_versions);
-    std::sort(versions.begin(), versions.end());
+const std::vector<int>& all_opencl_versions() {
+    static const std::vector<int> versions = [] {
+        std::vector<int> all;
+        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opencl_versions);
+        std::sort(all.begin(), all.end());
+        return all;
+    }();
     return versions;
 }
 
-std::vector<std::string> all_opengles_extensions() {
-    std::vector<std::string> names;
-    for (const CoreInfo& core : reference_cores()) names = merged(names, core_features(core).opengles_extensions);
+const std::vector<std::string>& all_opengles_extensions() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opengles_extensions);
+        return all;
+    }();
     return names;
 }
 
-std::vector<std::string> all_opencl_extensions() {
-    std::vector<std::string> names;
-    for (const CoreInfo& core : reference_cores()) names = merged(names, core_features(core).opencl_extensions);
+const std::vector<std::string>& all_opencl_extensions() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opencl_extensions);
+        return all;
+    }();
     return names;
 }
 

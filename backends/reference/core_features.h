@@ -22,7 +22,7 @@ struct CoreFeatures {
     std::vector<std::string> opencl_extensions;
 };
 
-CoreFeatures core_features(const CoreInfo& core);
+const CoreFeatures& core_features(const CoreInfo& core);
 
 // "1.0 1.1" style lists for the capability records are built from these.
 int highest_version(const std::vector<int>& versions);
@@ -30,9 +30,9 @@ std::string version_list_text(const std::vector<int>& versions);
 std::string name_list_text(const std::vector<std::string>& names);
 
 // Every version and extension any core offers, for the library-wide metadata.
-std::vector<int> all_opengles_versions();
-std::vector<int> all_opencl_versions();
-std::vector<std::string> all_opengles_extensions();
-std::vector<std::string> all_opencl_extensions();
+const std::vector<int>& all_opengles_versions();
+const std::vector<int>& all_opencl_versions();
+const std::vector<std::string>& all_opengles_extensions();
+const std::vector<std::string>& all_opencl_extensions();
 
 }  // namespace reference

@@ -25,7 +25,7 @@ CapabilityPairs library_metadata(const std::string& compiler_type) {
 }
 
 CapabilityPairs core_capabilities(const std::string& compiler_type, const CoreInfo& core) {
-    const CoreFeatures features = core_features(core);
+    const CoreFeatures& features = core_features(core);
     CapabilityPairs pairs;
     if (compiler_type == "opencl") {
         add_if_any(pairs, "opencl_c_version", version_list_text(features.opencl_versions));

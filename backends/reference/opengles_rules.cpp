@@ -75,7 +75,7 @@ RuleFindings check_opengles_rules(const std::string& source, const std::vector<u
 
     // Only extensions that other cores offer are this core's to refuse;
     // anything else is the front end's to judge.
-    const std::vector<std::string> offered_anywhere = all_opengles_extensions();
+    const std::vector<std::string>& offered_anywhere = all_opengles_extensions();
     for (const std::string& name : declared.extensions) {
         if (!contains(offered_anywhere, name) || contains(features.opengles_extensions, name)) continue;
         const int line = directive_line(source, "extension", name);
