@@ -175,7 +175,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     if (!result.errors.empty()) return result;
 
     AnalysisRequest request;
-    request.module = optimise ? optimise_module(module, environment) : module;
+    request.module = optimise && !has_only_empty_functions(module) ? optimise_module(module, environment) : module;
     request.entry_point = entry_point;
     request.stage = stage_text(options.stage);
     request.core = core.name;

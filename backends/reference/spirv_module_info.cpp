@@ -14,9 +14,11 @@ constexpr uint32_t OP_SOURCE_EXTENSION = 4;
 constexpr uint32_t OP_ENTRY_POINT = 15;
 constexpr uint32_t OP_CAPABILITY = 17;
 constexpr uint32_t OP_FUNCTION = 54;
+constexpr uint32_t OP_FUNCTION_END = 56;
 constexpr uint32_t OP_LOOP_MERGE = 246;
 constexpr uint32_t OP_SELECTION_MERGE = 247;
 constexpr uint32_t OP_LABEL = 248;
+constexpr uint32_t OP_RETURN = 253;
 
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
@@ -81,6 +83,25 @@ bool declares_capability(const std::vector<uint32_t>& module, uint32_t capabilit
             found = true;
     });
     return found;
+}
+
+bool has_only_empty_functions(const std::vector<uint32_t>& module) {
+    // From the first function on, only functions made of one block that
+    // returns at once.
+    bool in_functions = false;
+    bool empty = true;
+    uint32_t previous = 0;
+    for_each_instruction(module, [&](uint32_t opcode, size_t, size_t) {
+        if (opcode == OP_FUNCTION) in_functions = true;
+        if (!in_functions) return;
+        const bool expected = (opcode == OP_FUNCTION && (previous == 0 || previous == OP_FUNCTION_END)) ||
+                              (opcode == OP_LABEL && previous == OP_FUNCTION) ||
+                              (opcode == OP_RETURN && previous == OP_LABEL) ||
+                              (opcode == OP_FUNCTION_END && previous == OP_RETURN);
+        empty = empty && expected;
+        previous = opcode;
+    });
+    return in_functions && empty && previous == OP_FUNCTION_END;
 }
 
 size_t control_flow_nesting_depth(const std::vector<uint32_t>& module) {

@@ -30,6 +30,10 @@ SourceDeclaration source_declaration(const std::vector<uint32_t>& module);
 
 bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability);
 
+// True when every function is a single block that returns at once (a probe's
+// "void main() {}"): there is nothing to optimise.
+bool has_only_empty_functions(const std::vector<uint32_t>& module);
+
 // How many structured constructs (selections and loops) enclose the deepest
 // block of any function: each opens at its merge instruction and closes at its
 // merge block, which follows the construct's blocks in the module's order.

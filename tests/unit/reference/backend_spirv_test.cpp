@@ -112,6 +112,20 @@ TEST(SpirvValidation, KnowsRulesSpirvHasRelaxedSinceThisValidator) {
     EXPECT_TRUE(validate_module(rect, universal_environment(100)).errors.empty());
 }
 
+TEST(SpirvModuleInfo, TellsProbesAndNestingApart) {
+    const std::string empty_main =
+        "OpCapability Shader\nOpMemoryModel Logical GLSL450\nOpEntryPoint Fragment %main \"main\"\n"
+        "OpExecutionMode %main OriginUpperLeft\n%void = OpTypeVoid\n%fn = OpTypeFunction %void\n"
+        "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpReturn\nOpFunctionEnd\n";
+    EXPECT_TRUE(has_only_empty_functions(assemble(empty_main)));
+    EXPECT_FALSE(has_only_empty_functions(assemble(fragment_assembly())));
+    EXPECT_FALSE(has_only_empty_functions(assemble("OpCapability Shader\nOpMemoryModel Logical GLSL450\n")));
+
+    const std::vector<uint32_t> nested = optimised_es_fragment(
+        "c = vec4(0.0);\nif (u > 0.0) { if (u > 1.0) { if (u > 2.0) { c = vec4(u); } } }");
+    EXPECT_EQ(control_flow_nesting_depth(nested), 3u);
+}
+
 TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
     auto trips = [](const std::string& loop) {
         FrontEndResult front = compile_glsl_es_source(
