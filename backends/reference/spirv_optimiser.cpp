@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 
+#include "inlining_budget.h"
 #include "loop_trip_counts.h"
 #include "spirv_module_info.h"
 
@@ -41,8 +42,8 @@ std::optional<std::vector<uint32_t>> run_passes(const std::vector<uint32_t>& mod
     return result;
 }
 
-// Function calls inlined, variables in SSA form, constants folded, dead code
-// and dead branches removed.
+// Function calls inlined (within the budget of limit_inlining), variables in
+// SSA form, constants folded, dead code and dead branches removed.
 void register_ssa_passes(spvtools::Optimizer& optimizer) {
     optimizer.RegisterPass(spvtools::CreateWrapOpKillPass())
         .RegisterPass(spvtools::CreateDeadBranchElimPass())
@@ -174,7 +175,7 @@ std::vector<uint32_t> unroll_small_constant_loops(std::vector<uint32_t> module, 
 size_t count_loops(const std::vector<uint32_t>& module) { return loop_control_words(module).size(); }
 
 std::vector<uint32_t> optimise_module(const std::vector<uint32_t>& module, spv_target_env environment) {
-    std::optional<std::vector<uint32_t>> ssa = run_passes(module, environment, register_ssa_passes);
+    std::optional<std::vector<uint32_t>> ssa = run_passes(limit_inlining(module), environment, register_ssa_passes);
     if (!ssa) return module;
     std::vector<uint32_t> unrolled = unroll_small_constant_loops(std::move(*ssa), environment);
     std::optional<std::vector<uint32_t>> final_module = run_passes(unrolled, environment, register_final_passes);
