@@ -4,6 +4,8 @@
 
 #include <functional>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "inlining_budget.h"
 #include "loop_trip_counts.h"
@@ -148,6 +150,7 @@ std::vector<uint32_t> unroll_small_constant_loops(std::vector<uint32_t> module, 
     const size_t original_size = module.size();
     std::vector<LoopShape> loops = loop_shapes(module, MAX_UNROLL_TRIPS);
     size_t attempts = 0;
+    std::set<std::pair<size_t, uint32_t>> refused;  // body words, trips
     for (size_t loop_index = loops.size(); loop_index > 0 && attempts < MAX_UNROLL_ATTEMPTS;) {
         --loop_index;
         const std::vector<size_t> controls = loop_control_words(module);
@@ -157,12 +160,21 @@ std::vector<uint32_t> unroll_small_constant_loops(std::vector<uint32_t> module, 
         if (loops[loop_index].body_words * *trips > 2 * UNROLL_GROWTH_LIMIT) continue;
         if (module[controls[loop_index]] & LOOP_CONTROL_DONT_UNROLL) continue;
 
+        // Inlining leaves copies of one loop side by side; one refusal
+        // answers for all of them.
+        const std::pair<size_t, uint32_t> shape{loops[loop_index].body_words, *trips};
+        if (refused.count(shape)) continue;
+
         ++attempts;
         std::optional<std::vector<uint32_t>> unrolled = unroll_requested(ask_to_unroll(module, loop_index), environment);
-        if (!unrolled || asks_to_unroll(*unrolled)) continue;
-        if (loop_control_words(*unrolled).size() + 1 != controls.size()) continue;
-        if (unrolled->size() > module.size() + UNROLL_GROWTH_LIMIT) continue;
-        if (unrolled->size() > original_size + TOTAL_UNROLL_GROWTH_LIMIT) continue;
+        const bool accepted = unrolled && !asks_to_unroll(*unrolled) &&
+                              loop_control_words(*unrolled).size() + 1 == controls.size() &&
+                              unrolled->size() <= module.size() + UNROLL_GROWTH_LIMIT &&
+                              unrolled->size() <= original_size + TOTAL_UNROLL_GROWTH_LIMIT;
+        if (!accepted) {
+            refused.insert(shape);
+            continue;
+        }
         module = std::move(*unrolled);
         // Loops before this one are unchanged; only their shapes are needed.
         loops = loop_shapes(module, MAX_UNROLL_TRIPS);
