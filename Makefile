@@ -7,10 +7,11 @@ CMAKE_FLAGS ?=
 
 # Debian packages the build and the tests need.
 DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json3-dev \
-                googletest libgtest-dev dpkg-dev python3 spirv-tools clang-14 llvm-spirv-14
+                googletest libgtest-dev dpkg-dev python3 spirv-tools clang-14 llvm-spirv-14 \
+                libclang-rt-14-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build test run sweep install clean
+.PHONY: all deps build test run sweep install clean bench fuzz fuzz-replay check-asan
 
 all: build
 
@@ -44,6 +45,23 @@ CORPUS ?= ../shared/corpus
 sweep: deps
 	$(MAKE) build
 	tools/sweep.sh $(CORPUS) $(BUILD_DIR)/bin/shadex
+
+# Medians of whole-process runs on this machine (bench/README.md); not a test.
+bench: deps
+	$(MAKE) build
+	bench/run.py --shadex $(BUILD_DIR)/bin/shadex --corpus $(CORPUS)
+
+# Coverage-guided fuzzing with clang's libFuzzer: every target for SECONDS
+# seconds (tools/fuzz.sh); fuzz-replay only replays the seed corpora.
+SECONDS ?= 60
+fuzz: deps
+	tools/fuzz.sh run $(SECONDS)
+fuzz-replay: deps
+	tools/fuzz.sh replay
+
+# The whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+check-asan: deps
+	tools/check-asan.sh
 
 # The prefix is configured in, so that reports link to the installed docs.
 install: $(BUILD_DIR)/build.ninja

@@ -13,11 +13,19 @@ namespace reference {
 namespace {
 
 // glslang builds its built-in symbol tables once per version, profile and
-// stage; they live as long as the process, so initialisation happens once and
-// is never undone (a compile per probed extension must stay cheap).
+// stage; they are kept from the first compile until the library is unloaded
+// (a compile per probed extension must stay cheap). Unloading gives them
+// back: the program closes its plug-ins, and their memory must not outlive them.
+class GlslangProcess {
+public:
+    GlslangProcess() { glslang::InitializeProcess(); }
+    ~GlslangProcess() { glslang::FinalizeProcess(); }
+    GlslangProcess(const GlslangProcess&) = delete;
+    GlslangProcess& operator=(const GlslangProcess&) = delete;
+};
+
 void ensure_glslang_initialised() {
-    static const bool initialised = glslang::InitializeProcess();
-    (void)initialised;
+    static const GlslangProcess process;
 }
 
 EShLanguage glslang_stage(Stage stage) {
