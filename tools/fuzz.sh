@@ -69,7 +69,7 @@ run() {
         "$dir/fuzz/fuzz_$target" "$dir/corpus/$target" "${dirs[@]}" "${options[@]}" \
             -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
             -artifact_prefix="$dir/crashes/$target/" >"$dir/logs/$target.log" 2>&1 || status=$?
-        grep -E '^(#[0-9]+ +DONE|stat::number_of_executed_units)' "$dir/logs/$target.log" | sed "s/^/  /" || true
+        grep -E '^(#[0-9]+[[:space:]]+DONE|stat::number_of_executed_units)' "$dir/logs/$target.log" | sed "s/^/  /" || true
         if [ "$status" -ne 0 ]; then
             failed+=("$target")
             echo "fuzz: $target FAILED (status $status) after $((SECONDS - started))s; see $dir/logs/$target.log"
