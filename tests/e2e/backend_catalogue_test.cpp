@@ -143,13 +143,11 @@ TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
 
 TEST(BackendCatalogue, DenylistsAndCoreNameMappings) {
     Backends shadex;
-    std::string library = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 4.0.0
-meta compiler_type | openglessl
-core Koro-L100 | r0p0
-core Koro-L120 | r0p0
-core Koro-L220 | r0p0
-core Koro N1-Ultra | r0p0
-core_cap Koro-L220 | openglessl_version | 100 300
+    std::string library = shadex.add(
+        "graphics", LIBRARY,
+        "meta flexible_version | 4.0.0\nmeta compiler_type | openglessl\ncore Koro-L100 | r0p0\n"
+        "core Koro-L120 | r0p0\ncore Koro-L220 | r0p0\ncore Koro N1-Ultra | r0p0\n"
+        R"(core_cap Koro-L220 | openglessl_version | 100 300
 core_cap Koro N1-Ultra | openglessl_version | 300,320
 core_cap Koro N1-Ultra | openglessl_extensions | GL_EXT_shader_io_blocks
 core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
@@ -180,17 +178,13 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
 
 TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     Backends shadex;
-    std::string graphics = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 3.0.0
-meta compiler_type | openglessl
-meta openglessl_version | 300 310
-core Koro-N22 | r1p0
-core Koro-N68 | r0p0
-core Koro-N68 | r1p0
-)");
-    std::string opencl = shadex.add("opencl", LIBRARY, R"(meta flexible_version | 3.0.0
-meta compiler_type | opencl
-core Koro-N22 | r0p0
-)");
+    std::string graphics = shadex.add(
+        "graphics", LIBRARY,
+        "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+        "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
+        "core Koro-N68 | r1p0\n");
+    std::string opencl = shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\n"
+                                    "meta compiler_type | opencl\ncore Koro-N22 | r0p0\n");
     shadex.write("a.frag", "void main() {}\n");
     shadex.write("k.cl", "kernel void k() {}\n");
     EXPECT_EQ(shadex.run({"a.frag"}).status, 0);
@@ -218,31 +212,20 @@ TEST(BackendCatalogue, VersionListsInMetadata) {
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     Backends shadex;
-    std::string graphics = shadex.add("graphics", LIBRARY, R"(meta flexible_version | 3.0.0
-meta compiler_type | openglessl
-meta openglessl_version | 100 300 310 320
-meta openglessl_extensions | GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader
-core Koro-L220 | r0p0
-core Koro-N68 | r0p0
-compile
-when source | GL_EXT_geometry_shader
-status 4
-end
-compile
-when source | GL_EXT_tessellation_shader
-error 0:2: extension not supported
-end
-)");
-    std::string opencl = shadex.add("opencl", LIBRARY, R"(meta flexible_version | 3.0.0
-meta compiler_type | opencl
-meta opencl_extensions | cl_khr_fp16 cl_khr_fp64
-core Koro-L220 | r0p0
-core Koro-N68 | r0p0
-compile
-when source | ifdef cl_khr_fp64
-status 1
-end
-)");
+    const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";
+    std::string graphics = shadex.add(
+        "graphics", LIBRARY,
+        "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+        "meta openglessl_version | 100 300 310 320\nmeta openglessl_extensions | "
+        "GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader\n" + cores +
+        "compile\nwhen source | GL_EXT_geometry_shader\nstatus 4\nend\n"
+        "compile\nwhen source | GL_EXT_tessellation_shader\nerror 0:2: extension not supported\n"
+        "end\n");
+    std::string opencl = shadex.add(
+        "opencl", LIBRARY,
+        "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+        "meta opencl_extensions | cl_khr_fp16 cl_khr_fp64\n" + cores +
+        "compile\nwhen source | ifdef cl_khr_fp64\nstatus 1\nend\n");
     // Koro-L220 is held at version 310, which has neither stage built in.
     shadex.write("a.geom", "void main() {}\n");
     shadex.write("a.tesc", "void main() {}\n");
@@ -251,8 +234,7 @@ end
     std::vector<std::string> probes = compiles(graphics);
     ASSERT_EQ(probes.size(), 3u);
     EXPECT_TRUE(contains(probes[0], "\tshader_type=fragment\tsource_length=74\tsource=#version "
-                                    "310 es\\n#extension GL_EXT_geometry_shader : require\\n"
-                                    "void main() {}"))
+                                    "310 es\\n#extension GL_EXT_geometry_shader : require\\nvoid main() {}"))
         << probes[0];
     expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}),
                        "Koro-L220 does not support tessellation shaders.");

@@ -125,6 +125,15 @@ void expect_usage_error(const RunResult& result, const std::string& message) {
     EXPECT_TRUE(contains(result.err, "ERROR:  \n   " + message + "\n")) << result.err;
 }
 
+// A program error ends the output, with nothing on stdout.
+void expect_error(const RunResult& result, const std::string& message) {
+    std::string last_line = "\nERROR: " + message + "\n";
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())),
+              last_line);
+}
+
 json shader_of(const RunResult& result) {
     EXPECT_EQ(result.status, 0) << result.err;
     json report = json::parse(result.out, nullptr, false);
@@ -242,31 +251,15 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
 }
 
 TEST(BackendCompile, BackEndFailuresEndTheRunCleanly) {
-    Backends shadex(R"(compile
-when source | FAIL
-status 7
-error 0:1: broken
-end
-compile
-when source | BADNUM
-stat work_registers_used | many
-end
-compile
-when source | NULLTEXT
-stat part_float16 | <null>
-end
-)");
+    Backends shadex("compile\nwhen source | FAIL\nstatus 7\nerror 0:1: broken\nend\n"
+                    "compile\nwhen source | BADNUM\nstat work_registers_used | many\nend\n"
+                    "compile\nwhen source | NULLTEXT\nstat part_float16 | <null>\nend\n");
     for (const auto& [marker, message] : {
              std::pair{"FAIL", "Compile error : 7"},
              {"BADNUM", "Invalid value for work_registers_used: many"},
              {"NULLTEXT", "Compile error : malformed statistics from the back-end (null text)"}}) {
         shadex.write("a.frag", std::string("// ") + marker + "\nvoid main() {}\n");
-        RunResult result = shadex.run({"a.frag"});
-        std::string last_line = std::string("\nERROR: ") + message + "\n";
-        EXPECT_EQ(result.status, 2);
-        EXPECT_EQ(result.out, "");
-        size_t tail = std::min(result.err.size(), last_line.size());
-        EXPECT_EQ(result.err.substr(result.err.size() - tail), last_line);
+        expect_error(shadex.run({"a.frag"}), message);
         EXPECT_EQ(shadex.compiles().size(), 1u);
     }
 }
@@ -306,19 +299,18 @@ TEST(BackendCompile, OutputModelRules) {
 
     json shader = shader_of(shadex.run({"-c", "Koro-N68", "model.vert", "--format", "json"}));
     ASSERT_EQ(shader["variants"].size(), 3u);
-    json main = by_name(shader["variants"][0]["properties"]);
-    json position = by_name(shader["variants"][1]["properties"]);
-    json varying = by_name(shader["variants"][2]["properties"]);
     EXPECT_EQ(shader["variants"][1]["name"], "Position");
     EXPECT_EQ(shader["variants"][2]["name"], "Varying");
-    EXPECT_EQ(main["thread_occupancy"], 50);
-    EXPECT_EQ(main["fp16_arithmetic"], 50);
-    EXPECT_EQ(main["fp16_idle_lanes"], 25);
-    EXPECT_EQ(position["thread_occupancy"], 0);  // 65 registers fit no row
-    EXPECT_EQ(position["fp16_arithmetic"], nullptr);
-    EXPECT_FALSE(position.contains("fp16_idle_lanes"));
-    EXPECT_EQ(varying["thread_occupancy"], 100);
-    EXPECT_FALSE(varying.contains("fp16_arithmetic"));
+    // Variant, property and value; 65 registers fit no occupancy row.
+    const std::tuple<int, const char*, json> properties[] = {
+        {0, "thread_occupancy", 50},  {0, "fp16_arithmetic", 50},
+        {0, "fp16_idle_lanes", 25},   {1, "thread_occupancy", 0},
+        {1, "fp16_arithmetic", nullptr}, {1, "fp16_idle_lanes", "absent"},
+        {2, "thread_occupancy", 100}, {2, "fp16_arithmetic", "absent"}};
+    for (const auto& [variant, name, value] : properties) {
+        json named = by_name(shader["variants"][variant]["properties"]);
+        EXPECT_EQ(named.value(name, json("absent")), value) << variant << " " << name;
+    }
     EXPECT_EQ(by_name(shader["properties"])["has_uniform_computation"], true);
     EXPECT_EQ(shader["attribute_streams"], json::parse(R"({
         "position": [{"location": 0, "symbol": "pos"}, {"location": 2, "symbol": "col"},
