@@ -209,43 +209,42 @@ std::string name_list_text(const std::vector<std::string>& names) {
     return text;
 }
 
+namespace {
+
+// What any core offers, in the order the cores first offer it.
+template <typename T>
+std::vector<T> offered_by_any_core(std::vector<T> CoreFeatures::*member) {
+    std::vector<T> all;
+    for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).*member);
+    return all;
+}
+
+std::vector<int> ascending(std::vector<int> versions) {
+    std::sort(versions.begin(), versions.end());
+    return versions;
+}
+
+}  // namespace
+
 // The tables below are the same for the life of the process; the program
 // asks for them once per probe compile, so they are built once.
 const std::vector<int>& all_opengles_versions() {
-    static const std::vector<int> versions = [] {
-        std::vector<int> all;
-        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opengles_versions);
-        std::sort(all.begin(), all.end());
-        return all;
-    }();
+    static const std::vector<int> versions = ascending(offered_by_any_core(&CoreFeatures::opengles_versions));
     return versions;
 }
 
 const std::vector<int>& all_opencl_versions() {
-    static const std::vector<int> versions = [] {
-        std::vector<int> all;
-        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opencl_versions);
-        std::sort(all.begin(), all.end());
-        return all;
-    }();
+    static const std::vector<int> versions = ascending(offered_by_any_core(&CoreFeatures::opencl_versions));
     return versions;
 }
 
 const std::vector<std::string>& all_opengles_extensions() {
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> all;
-        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opengles_extensions);
-        return all;
-    }();
+    static const std::vector<std::string> names = offered_by_any_core(&CoreFeatures::opengles_extensions);
     return names;
 }
 
 const std::vector<std::string>& all_opencl_extensions() {
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> all;
-        for (const CoreInfo& core : reference_cores()) all = merged(all, core_features(core).opencl_extensions);
-        return all;
-    }();
+    static const std::vector<std::string> names = offered_by_any_core(&CoreFeatures::opencl_extensions);
     return names;
 }
 
