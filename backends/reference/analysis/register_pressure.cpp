@@ -43,8 +43,9 @@ double value_weight(const Program& program, const Instruction& definition) {
 }
 
 // Whether a scheduler moves the instruction towards its reader: loads of
-// memory the program cannot write, and the address arithmetic feeding them.
-// Moving anything that reads other values could keep those live longer.
+// memory the program cannot write, and the access chains feeding them (at
+// most an index stays live a little longer). Moving arithmetic could keep
+// its operands live longer than its result saves.
 bool is_movable(const Program& program, const Instruction& instruction) {
     switch (instruction.opcode) {
         case OpLoad:
