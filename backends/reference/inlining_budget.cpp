@@ -9,7 +9,6 @@ namespace reference {
 
 namespace {
 
-constexpr size_t HEADER_WORDS = 5;
 constexpr uint32_t OP_ENTRY_POINT = 15;
 constexpr uint32_t OP_FUNCTION = 54;
 constexpr uint32_t OP_FUNCTION_END = 56;
@@ -32,12 +31,9 @@ CallGraph read_call_graph(const std::vector<uint32_t>& module) {
     std::unordered_map<uint32_t, size_t> index_of;
     std::vector<std::vector<uint32_t>> callee_ids;
     std::vector<uint32_t> entry_ids;
-    if (module.size() < HEADER_WORDS || module[0] != SPIRV_MAGIC) return graph;
     size_t current = SIZE_MAX;
-    for (size_t at = HEADER_WORDS; at < module.size();) {
-        const uint32_t count = module[at] >> 16;
-        const uint32_t opcode = module[at] & 0xFFFF;
-        if (count == 0 || count > module.size() - at) break;
+    for_each_instruction(module, [&](uint32_t opcode, size_t at, size_t end) {
+        const size_t count = end - at;
         if (opcode == OP_ENTRY_POINT && count >= 3) entry_ids.push_back(module[at + 2]);
         if (opcode == OP_FUNCTION && count >= 5) {
             current = graph.own_words.size();
@@ -46,14 +42,12 @@ CallGraph read_call_graph(const std::vector<uint32_t>& module) {
             graph.own_words.push_back(0);
             callee_ids.emplace_back();
         }
-        if (current != SIZE_MAX) {
-            graph.own_words[current] += count;
-            graph.function_words += count;
-            if (opcode == OP_FUNCTION_CALL && count >= 4) callee_ids[current].push_back(module[at + 3]);
-            if (opcode == OP_FUNCTION_END) current = SIZE_MAX;
-        }
-        at += count;
-    }
+        if (current == SIZE_MAX) return;
+        graph.own_words[current] += static_cast<double>(count);
+        graph.function_words += count;
+        if (opcode == OP_FUNCTION_CALL && count >= 4) callee_ids[current].push_back(module[at + 3]);
+        if (opcode == OP_FUNCTION_END) current = SIZE_MAX;
+    });
     graph.callees.resize(callee_ids.size());
     for (size_t fn = 0; fn < callee_ids.size(); ++fn) {
         for (uint32_t id : callee_ids[fn]) {

@@ -20,6 +20,8 @@ constexpr uint32_t OP_SELECTION_MERGE = 247;
 constexpr uint32_t OP_LABEL = 248;
 constexpr uint32_t OP_RETURN = 253;
 
+}  // namespace
+
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
                           const std::function<void(uint32_t, size_t, size_t)>& visit) {
@@ -32,8 +34,6 @@ void for_each_instruction(const std::vector<uint32_t>& module,
         at += count;
     }
 }
-
-}  // namespace
 
 std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end) {
     std::string text;

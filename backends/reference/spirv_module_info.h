@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,11 @@ struct SourceDeclaration {
     uint32_t version = 0;   // as the source declared it, e.g. 300
     std::vector<std::string> extensions;  // from OpSourceExtension
 };
+
+// Calls visit(opcode, first word, end word) for each whole instruction after
+// the header; stops at the first malformed one.
+void for_each_instruction(const std::vector<uint32_t>& module,
+                          const std::function<void(uint32_t, size_t, size_t)>& visit);
 
 // The version in hundredths (1.3 is 130); 0 for a module too short to have one.
 uint32_t module_version(const std::vector<uint32_t>& module);

@@ -15,7 +15,6 @@ namespace reference {
 
 namespace {
 
-constexpr size_t HEADER_WORDS = 5;
 constexpr uint32_t OP_LOOP_MERGE = 246;
 constexpr uint32_t LOOP_CONTROL_UNROLL = 0x1;
 constexpr uint32_t LOOP_CONTROL_DONT_UNROLL = 0x2;
@@ -98,14 +97,9 @@ void register_final_passes(spvtools::Optimizer& optimizer) {
 // Word index of the loop-control operand of every OpLoopMerge, in order.
 std::vector<size_t> loop_control_words(const std::vector<uint32_t>& module) {
     std::vector<size_t> found;
-    if (module.size() < HEADER_WORDS || module[0] != SPIRV_MAGIC) return found;
-    size_t at = HEADER_WORDS;
-    while (at < module.size()) {
-        const uint32_t count = module[at] >> 16;
-        if (count == 0 || count > module.size() - at) break;
-        if ((module[at] & 0xFFFF) == OP_LOOP_MERGE && count >= 4) found.push_back(at + 3);
-        at += count;
-    }
+    for_each_instruction(module, [&](uint32_t opcode, size_t at, size_t end) {
+        if (opcode == OP_LOOP_MERGE && end - at >= 4) found.push_back(at + 3);
+    });
     return found;
 }
 
