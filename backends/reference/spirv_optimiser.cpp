@@ -43,10 +43,14 @@ std::optional<std::vector<uint32_t>> run_passes(const std::vector<uint32_t>& mod
     return result;
 }
 
-// Function calls inlined (within the budget of limit_inlining), variables in
-// SSA form, constants folded, dead code and dead branches removed.
+// Specialisation constants frozen at the values this compile was given (as
+// a driver does at pipeline creation), function calls inlined (within the
+// budget of limit_inlining), variables in SSA form, constants folded, dead
+// code and dead branches removed.
 void register_ssa_passes(spvtools::Optimizer& optimizer) {
-    optimizer.RegisterPass(spvtools::CreateWrapOpKillPass())
+    optimizer.RegisterPass(spvtools::CreateFreezeSpecConstantValuePass())
+        .RegisterPass(spvtools::CreateFoldSpecConstantOpAndCompositePass())
+        .RegisterPass(spvtools::CreateWrapOpKillPass())
         .RegisterPass(spvtools::CreateDeadBranchElimPass())
         .RegisterPass(spvtools::CreateMergeReturnPass())
         .RegisterPass(spvtools::CreateInlineExhaustivePass())
