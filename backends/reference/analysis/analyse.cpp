@@ -75,13 +75,14 @@ public:
         const double registers = peak_registers(program_, mask);
         add_spill_traffic(figures, program_.profile, registers);
         add_storage(statistics, program_.profile, registers, stack_, workgroup_);
-        uint64_t uniforms = uniform_registers(program_, mask, pilot);
-        if (uniforms > core_.uniform_registers) uniforms = core_.uniform_registers;
+        const uint64_t uniforms =
+            add_uniform_overflow(figures, program_.profile, uniform_registers(program_, mask, pilot),
+                                 uniform_register_capacity(core_, program_.profile, registers));
         statistics.emplace_back("uniform_registers_used", std::to_string(uniforms));
         add_half_precision(statistics, program_.profile, figures.mix);
-        add_pipe_figures(statistics, core_, figures);
+        add_pipe_figures(statistics, core_, figures, has_varyings());
         for (const std::string& flag : flags_) statistics.emplace_back("shader_flag", flag);
-        if (request_.stage == "kernel" && program_.entry != nullptr) {
+        if (program_.is_kernel() && program_.entry != nullptr) {
             statistics.emplace_back("kernel_name", program_.entry->name);
         }
         return statistics;
@@ -89,11 +90,14 @@ public:
 
     Statistics pilot(const InstructionMask& mask) const {
         Statistics statistics = {{"is_pilot", "true"}, {"variant", std::to_string(MAIN_VARIANT)}};
-        add_pipe_figures(statistics, core_, path_figures(program_, mask));
+        add_pipe_figures(statistics, core_, path_figures(program_, mask), has_varyings());
         return statistics;
     }
 
 private:
+    // Kernels have no varyings, so no varying pipe.
+    bool has_varyings() const { return !program_.is_kernel(); }
+
     const Program& program_;
     const CoreModel& core_;
     const AnalysisRequest& request_;
@@ -135,12 +139,15 @@ void analyse(const AnalysisRequest& request, const CoreModel& core, AnalysisResu
                                                                      : split.position, pilot_mask);
         position.emplace_back("position_attribute_symbols",
                               attribute_symbols(program, split.position_inputs, request.vulkan));
-        Statistics varying = writer.variant(VARYING_VARIANT, pilot ? without(program, split.varying, uniform_work)
-                                                                   : split.varying, pilot_mask);
-        varying.emplace_back("varying_attribute_symbols",
-                             attribute_symbols(program, split.varying_inputs, request.vulkan));
         result.variants.push_back(std::move(position));
-        result.variants.push_back(std::move(varying));
+        // With nothing but the position to write, there is nothing to shade.
+        if (split.has_varyings) {
+            Statistics varying = writer.variant(
+                VARYING_VARIANT, pilot ? without(program, split.varying, uniform_work) : split.varying, pilot_mask);
+            varying.emplace_back("varying_attribute_symbols",
+                                 attribute_symbols(program, split.varying_inputs, request.vulkan));
+            result.variants.push_back(std::move(varying));
+        }
     } else {
         result.variants.push_back(writer.variant(MAIN_VARIANT, main_work, pilot_mask));
     }

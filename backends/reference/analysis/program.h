@@ -55,6 +55,7 @@ struct Program {
 
     bool is_vertex() const { return stage == "vertex"; }
     bool is_fragment() const { return stage == "fragment"; }
+    bool is_kernel() const { return stage == "kernel"; }
 
     // Reachable functions, each after every function it calls (a call that
     // closes a cycle is the one exception).

@@ -145,7 +145,9 @@ public:
 
 private:
     void collect_values() {
-        for (size_t p = 0; p < function_.parameters.size(); ++p) {
+        // A kernel's own arguments sit in uniform registers.
+        const bool kernel_arguments = program_.is_kernel() && fn_ == program_.entry_function;
+        for (size_t p = 0; p < function_.parameters.size() && !kernel_arguments; ++p) {
             add_value(function_.parameters[p], 0);
         }
         const size_t count = function_.blocks.size();

@@ -141,11 +141,22 @@ uint64_t uniform_registers(const Program& program, const InstructionMask& varian
     auto count_value = [&](uint32_t id) {
         if (!counted.insert(id).second) return;
         const uint32_t type = module.value_type(id);
-        uint64_t components = std::min<uint64_t>(component_count(module, type), 1u << 16);
-        if (scalar_bits(module, type) == 64) components *= 2;
+        if (is_opaque(module, type)) return;
+        // 32-bit words: a 64-bit value or a 64-bit pointer takes two.
+        const uint64_t words = is_pointer(module, type)
+                                   ? (byte_size(module, type) + 3) / 4
+                                   : std::min<uint64_t>(component_count(module, type), 1u << 16) *
+                                         (scalar_bits(module, type) == 64 ? 2 : 1);
         const uint32_t per_register = program.profile.register_components;
-        registers += (components + per_register - 1) / per_register;
+        registers += (words + per_register - 1) / per_register;
     };
+    // A kernel's arguments are the same for the whole dispatch: they are
+    // loaded into uniform registers before it starts.
+    if (program.is_kernel()) {
+        for (const Instruction& parameter : module.functions[program.entry_function].parameters) {
+            count_value(parameter.result_id);
+        }
+    }
     program.for_each_instruction([&](size_t fn, size_t b, const Instruction& instruction) {
         if (!variant.contains(fn, b, index_in_block(program, fn, b, instruction))) return;
         for (uint32_t id : value_operands(instruction)) {
@@ -157,7 +168,7 @@ uint64_t uniform_registers(const Program& program, const InstructionMask& varian
                                                     where->second.instruction);
             const bool read_in_place = definition->opcode == OpLoad && !definition->operands.empty() &&
                                        program.memory_kind(definition->operands[0]) == MemoryKind::UniformRegister;
-            if ((from_pilot || read_in_place) && !is_opaque(module, definition->type_id)) count_value(id);
+            if (from_pilot || read_in_place) count_value(id);
         }
     });
     return registers;

@@ -289,6 +289,7 @@ GeometrySplit split_geometry(const Program& program) {
     GeometrySplit split{InstructionMask(program.module, false), InstructionMask(program.module, false), {}, {}};
     split.position = slicer.slice(position_seeds, split.position_inputs);
     split.varying = slicer.slice(varying_seeds, split.varying_inputs);
+    split.has_varyings = !varying_seeds.empty();
     return split;
 }
 

@@ -23,6 +23,7 @@ struct GeometrySplit {
     InstructionMask varying;   // what feeds every other output
     std::vector<uint32_t> position_inputs;  // input variables read by each half, by id
     std::vector<uint32_t> varying_inputs;
+    bool has_varyings = false;  // the shader writes some output besides the position
 };
 
 GeometrySplit split_geometry(const Program& program);

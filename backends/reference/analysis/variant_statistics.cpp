@@ -28,10 +28,21 @@ uint64_t whole_registers(double peak_registers) {
     return static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
 }
 
+uint64_t register_bytes(const ArchitectureProfile& profile, uint64_t registers) {
+    return registers * 4u * profile.register_components;
+}
+
 uint64_t spilled_bytes(const ArchitectureProfile& profile, double peak_registers) {
     const uint64_t registers = whole_registers(peak_registers);
     if (registers <= profile.work_registers) return 0;
-    return (registers - profile.work_registers) * 4u * profile.register_components;
+    return register_bytes(profile, registers - profile.work_registers);
+}
+
+// Traffic through the load/store unit that every path of the variant pays.
+void add_to_every_path(PathFigures& figures, double messages) {
+    figures.total[PipeLS] += messages;
+    figures.shortest[PipeLS] += messages;
+    figures.longest[PipeLS] += messages;
 }
 
 }  // namespace
@@ -44,14 +55,14 @@ std::string format_figure(double value) {
         std::snprintf(buffer, sizeof buffer, "%.0f", rounded);
         return std::string(buffer) == "-0" ? "0" : buffer;
     }
-    std::snprintf(buffer, sizeof buffer, "%.4f", value);
-    std::string text = buffer;
-    while (!text.empty() && text.back() == '0') text.pop_back();
-    if (!text.empty() && text.back() == '.') text.pop_back();
-    return text;
+    // Nine significant digits survive the program's reading as a 32-bit
+    // float, so a figure the back-end divides (Tarsel's arithmetic paths)
+    // reads back as the same number as one the program divides.
+    std::snprintf(buffer, sizeof buffer, "%.9g", value);
+    return buffer;
 }
 
-void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathFigures& figures) {
+void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathFigures& figures, bool varyings) {
     auto arithmetic = [](const PipeCycles& cycles) { return cycles[PipeFMA] + cycles[PipeCVT] + cycles[PipeSFU]; };
     auto longest = [&figures](double value) { return figures.unbounded ? -1.0 : value; };
     if (core.architecture == Architecture::Tarsel) {
@@ -91,7 +102,7 @@ void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathF
         add("A3", figures.total[PipeSFU], figures.shortest[PipeSFU], figures.longest[PipeSFU]);
     }
     add("LS", figures.total[PipeLS], figures.shortest[PipeLS], figures.longest[PipeLS]);
-    add("V", figures.total[PipeV], figures.shortest[PipeV], figures.longest[PipeV]);
+    if (varyings) add("V", figures.total[PipeV], figures.shortest[PipeV], figures.longest[PipeV]);
     add("T", figures.total[PipeT], figures.shortest[PipeT], figures.longest[PipeT]);
     statistics.emplace_back("pipe_names", names);
     statistics.emplace_back("cycles", slash_list(total));
@@ -111,17 +122,30 @@ void add_half_precision(Statistics& statistics, const ArchitectureProfile& profi
 
 void add_spill_traffic(PathFigures& figures, const ArchitectureProfile& profile, double peak_registers) {
     const uint64_t bytes = spilled_bytes(profile, peak_registers);
-    if (bytes == 0) return;
-    const double traffic = 2 * load_store_messages(bytes);
-    figures.total[PipeLS] += traffic;
-    figures.shortest[PipeLS] += traffic;
-    figures.longest[PipeLS] += traffic;
+    if (bytes > 0) add_to_every_path(figures, 2 * load_store_messages(bytes));
+}
+
+uint64_t work_registers_used(const ArchitectureProfile& profile, double peak_registers) {
+    return std::min<uint64_t>(whole_registers(peak_registers), profile.work_registers);
+}
+
+uint64_t uniform_register_capacity(const CoreModel& core, const ArchitectureProfile& profile, double peak_registers) {
+    if (core.architecture != Architecture::Tarsel) return core.uniform_registers;
+    const uint64_t work = work_registers_used(profile, peak_registers);
+    return core.uniform_registers > work ? core.uniform_registers - work : 0;
+}
+
+uint64_t add_uniform_overflow(PathFigures& figures, const ArchitectureProfile& profile, uint64_t uniform_registers,
+                              uint64_t capacity) {
+    if (uniform_registers <= capacity) return uniform_registers;
+    add_to_every_path(figures, load_store_messages(register_bytes(profile, uniform_registers - capacity)));
+    return capacity;
 }
 
 void add_storage(Statistics& statistics, const ArchitectureProfile& profile, double peak_registers,
                  uint64_t stack_bytes, uint64_t workgroup_bytes) {
     const uint64_t spill_bytes = spilled_bytes(profile, peak_registers);
-    const uint64_t registers = std::min<uint64_t>(whole_registers(peak_registers), profile.work_registers);
+    const uint64_t registers = work_registers_used(profile, peak_registers);
     // The program reads these as signed 32-bit numbers.
     auto clamp = [](uint64_t value) { return std::to_string(std::min<uint64_t>(value, INT32_MAX)); };
     statistics.emplace_back("work_registers_used", std::to_string(registers));

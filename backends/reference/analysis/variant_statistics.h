@@ -13,13 +13,14 @@ namespace reference {
 
 using Statistics = std::vector<std::pair<std::string, std::string>>;
 
-// Decimal text for a figure: integers without a point, other values with up
-// to four decimals.
+// Decimal text for a figure: integers without a point, other values with
+// nine significant digits.
 std::string format_figure(double value);
 
 // "pipe_names", "cycles", "shortest", "longest" (or the per-pipe keys on
-// Tarsel) for the figures of a variant.
-void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathFigures& figures);
+// Tarsel) for the figures of a variant; the varying pipe only for programs
+// that have varyings (not kernels).
+void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathFigures& figures, bool varyings);
 
 // "part_float16" and "part_v2float16_underused" where 16-bit arithmetic is reported.
 void add_half_precision(Statistics& statistics, const ArchitectureProfile& profile, const ArithmeticMix& mix);
@@ -27,6 +28,18 @@ void add_half_precision(Statistics& statistics, const ArchitectureProfile& profi
 // Spilled registers are written to the stack once and read back once: that
 // traffic goes on the load/store figures of every path.
 void add_spill_traffic(PathFigures& figures, const ArchitectureProfile& profile, double peak_registers);
+
+// The work registers the variant reports: its peak, at most the register file.
+uint64_t work_registers_used(const ArchitectureProfile& profile, double peak_registers);
+
+// Uniform registers the variant can have: the core's file, or on Tarsel what
+// the work registers leave of the file both share.
+uint64_t uniform_register_capacity(const CoreModel& core, const ArchitectureProfile& profile, double peak_registers);
+
+// Uniform data beyond the capacity is read from memory once per invocation:
+// LS messages for its bytes on every path. Returns the registers reported.
+uint64_t add_uniform_overflow(PathFigures& figures, const ArchitectureProfile& profile, uint64_t uniform_registers,
+                              uint64_t capacity);
 
 // Work registers, spilling and thread-local storage from the peak register
 // use and the stack size.

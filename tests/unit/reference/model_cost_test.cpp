@@ -46,9 +46,9 @@ TEST(CostModel, IndependentMultiplyAddsCostOneFmaPerComponentOnEveryArchitecture
         const char* ostrem_cycles;   // A/LS/V/T: one vec4 operation each
         const char* tarsel_shortest; // divided by the three arithmetic pipes of Koro-L380
     } cases[] = {
-        {1, "1/0/0/0/8/0", "1/0/8/0", "0.3333"},
-        {2, "2/0/0/0/12/0", "2/0/12/0", "0.6667"},
-        {4, "4/0/0/0/20/0", "4/0/20/0", "1.3333"},
+        {1, "1/0/0/0/8/0", "1/0/8/0", "0.333333333"},
+        {2, "2/0/0/0/12/0", "2/0/12/0", "0.666666667"},
+        {4, "4/0/0/0/20/0", "4/0/20/0", "1.33333333"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.count);

@@ -123,5 +123,25 @@ TEST(ModelRobustness, RegistersBeyondTheFileSpillFourBytesEach) {
     EXPECT_EQ(reference::format_figure(2.0), "2");
     EXPECT_EQ(reference::format_figure(-1.0), "-1");
     EXPECT_EQ(reference::format_figure(0.125), "0.125");
-    EXPECT_EQ(reference::format_figure(1.0 / 3.0), "0.3333");
+    EXPECT_EQ(reference::format_figure(1.0 / 3.0), "0.333333333");  // reads back as the float 1/3
+}
+
+TEST(ModelRobustness, UniformsBeyondTheFileAreReadFromMemory) {
+    using reference::Architecture;
+    const auto& tarsel = reference::architecture_profile(Architecture::Tarsel);
+    const reference::CoreModel& l380 = *reference::find_core_model("Koro-L380");
+    // Tarsel's 24 vec4 registers are shared: 3 work registers leave 21.
+    const uint64_t capacity = reference::uniform_register_capacity(l380, tarsel, 3);
+    EXPECT_EQ(capacity, 21u);
+    reference::PathFigures figures;
+    EXPECT_EQ(reference::add_uniform_overflow(figures, tarsel, 24, capacity), 21u);
+    EXPECT_EQ(figures.shortest[reference::PipeLS], 3);  // three vec4 registers, 16 bytes each
+    EXPECT_EQ(figures.total[reference::PipeLS], 3);
+    EXPECT_EQ(reference::add_uniform_overflow(figures, tarsel, 20, capacity), 20u);
+    EXPECT_EQ(figures.total[reference::PipeLS], 3);
+
+    const auto& pelion = reference::architecture_profile(Architecture::Pelion);
+    EXPECT_EQ(reference::uniform_register_capacity(*reference::find_core_model("Koro-N68"), pelion, 60), 128u);
+    EXPECT_EQ(reference::add_uniform_overflow(figures, pelion, 130, 128), 128u);  // 8 bytes: one message
+    EXPECT_EQ(figures.longest[reference::PipeLS], 4);
 }
