@@ -95,6 +95,10 @@ void CostBuilder::memory_access(uint32_t pointer, uint32_t value_type, bool is_l
         case MemoryKind::Memory: case MemoryKind::Stack:
             add(PipeLS, messages(bytes));
             break;
+        case MemoryKind::ConstantTable:
+            // Its one store is the table itself; entries at constant indices fold.
+            if (is_load && info.dynamic_index) add(PipeLS, messages(bytes));
+            break;
         case MemoryKind::Input:
             if (program_.builtin_of(info) >= 0 || !is_load) break;
             if (program_.is_fragment()) {

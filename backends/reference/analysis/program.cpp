@@ -130,6 +130,43 @@ Program::Program(const Module& module_in, const ArchitectureProfile& profile_in,
             stack_variables.insert(pointer.root);
         }
     });
+    find_constant_tables();
+}
+
+// A dynamically indexed local array that only ever holds constants (its
+// initialiser, or one store of a constant to the whole array, which is how
+// older SPIR-V versions spell the same table) is a lookup table: drivers keep
+// it in constant memory instead of building it on every thread's stack.
+void Program::find_constant_tables() {
+    std::unordered_map<uint32_t, int> initialisations;
+    std::unordered_set<uint32_t> written;
+    for (uint32_t variable : stack_variables) {
+        const Instruction* definition = module.definition(variable);
+        if (definition == nullptr) definition = &module.global_variables.at(variable);
+        const bool initialised = definition->operands.size() >= 2 && module.is_constant(definition->operands[1]);
+        initialisations[variable] = initialised ? 1 : 0;
+    }
+    for_each_instruction([&](size_t, size_t, const Instruction& instruction) {
+        const uint16_t op = instruction.opcode;
+        const auto& ops = instruction.operands;
+        if (op == OpFunctionCall) {
+            // A callee could write through any pointer it is given.
+            for (size_t at = 1; at < ops.size(); ++at) written.insert(trace_pointer(ops[at]).root);
+            return;
+        }
+        const bool writes = op == OpStore || op == OpCopyMemory || op == OpCopyMemorySized ||
+                            (op >= OpAtomicLoad && op <= OpAtomicXor);
+        if (!writes || ops.empty()) return;
+        const uint32_t root = trace_pointer(ops[0]).root;
+        auto initialisation = initialisations.find(root);
+        if (initialisation == initialisations.end()) return;
+        const bool whole_constant = op == OpStore && ops[0] == root && ops.size() >= 2 && module.is_constant(ops[1]);
+        if (!whole_constant || ++initialisation->second > 1) written.insert(root);
+    });
+    for (const auto& [variable, count] : initialisations) {
+        if (count == 1 && written.count(variable) == 0) constant_tables.insert(variable);
+    }
+    for (uint32_t table : constant_tables) stack_variables.erase(table);
 }
 
 PointerInfo Program::trace_pointer(uint32_t pointer) const {
@@ -257,6 +294,7 @@ Program::ResolvedStorage Program::resolve_storage(uint32_t pointer_id) const {
 
 bool Program::is_read_only(uint32_t pointer_id) const {
     const ResolvedStorage resolved = resolve_storage(pointer_id);
+    if (constant_tables.count(resolved.pointer.root) > 0) return true;
     switch (resolved.storage_class) {
         case StorageInput: case StorageUniformConstant: case StoragePushConstant: return true;
         case StorageUniform: return !resolved.buffer_block;
@@ -273,6 +311,7 @@ MemoryKind Program::memory_kind(uint32_t pointer_id) const {
         case StorageInput: return MemoryKind::Input;
         case StorageOutput: return MemoryKind::Output;
         case StorageFunction: case StoragePrivate:
+            if (constant_tables.count(pointer.root) > 0) return MemoryKind::ConstantTable;
             return stack_variables.count(pointer.root) > 0 ? MemoryKind::Stack : MemoryKind::Register;
         case StorageUniformConstant: case StoragePushConstant:
             return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;

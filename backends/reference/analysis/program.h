@@ -34,6 +34,7 @@ enum class MemoryKind {
     Register,         // promoted to registers: free
     UniformRegister,  // uniforms read in place from the uniform register file
     Stack,            // thread-local arrays indexed dynamically
+    ConstantTable,    // thread-local arrays holding only constants: constant memory
     Memory,           // buffers, shared memory, globals: the load/store unit
     Input,            // stage inputs
     Output,           // stage outputs
@@ -49,6 +50,7 @@ struct Program {
     std::vector<bool> reachable_functions;  // by index into module.functions
     std::vector<ControlFlow> control_flow;  // by index into module.functions
     std::unordered_set<uint32_t> stack_variables;
+    std::unordered_set<uint32_t> constant_tables;
 
     Program(const Module& module, const ArchitectureProfile& profile, std::string stage,
             const EntryPointDecl& entry);
@@ -70,6 +72,8 @@ struct Program {
     int64_t builtin_of(const PointerInfo& pointer) const;  // -1 when not a built-in
 
 private:
+    void find_constant_tables();
+
     struct ResolvedStorage {
         PointerInfo pointer;
         uint32_t storage_class = 0;  // of the root variable where known
