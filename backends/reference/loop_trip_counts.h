@@ -1,6 +1,6 @@
 // How many times each loop of a module in SSA form runs, when that is plain
-// from the code: an integer counter that starts at a constant, steps by a
-// constant and is compared with a constant to leave the loop.
+// from the code (the cost model's own counting, analysis/loop_trips.h), and
+// how large each loop is: what the unroller needs to know before it tries.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,7 @@ namespace reference {
 
 struct LoopShape {
     // The number of iterations, or nullopt when it is not a constant the
-    // counting can see. Counting stops just above the limit asked for, so a
-    // huge or endless loop reports limit + 1.
+    // counting can see. Counts above the limit asked for report limit + 1.
     std::optional<uint32_t> trips;
     // Words from the loop header to its merge block: about what each
     // unrolled iteration adds.

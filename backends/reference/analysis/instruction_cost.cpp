@@ -100,14 +100,7 @@ void CostBuilder::memory_access(uint32_t pointer, uint32_t value_type, bool is_l
             if (is_load && info.dynamic_index) add(PipeLS, messages(bytes));
             break;
         case MemoryKind::Input:
-            if (program_.builtin_of(info) >= 0 || !is_load) break;
-            if (program_.is_fragment()) {
-                const double components = static_cast<double>(std::min<uint64_t>(component_count(module_, value_type), 64));
-                add(PipeV, half_ || scalar_bits(module_, value_type) == 16 ? std::ceil(components / 2.0) : components);
-            } else {
-                add(PipeLS, messages(bytes));  // attribute fetch
-            }
-            break;
+            break;  // fetched once per component, wherever it is read (input_fetches.h)
         case MemoryKind::Output:
             // Fragment outputs go to the tile buffer; reading them back is a
             // framebuffer fetch. Other stages write their outputs to memory.

@@ -3,6 +3,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "analysis/dominance.h"
 #include "analysis/spirv_defs.h"
 #include "analysis/type_facts.h"
 
@@ -108,7 +109,10 @@ Program::Program(const Module& module_in, const ArchitectureProfile& profile_in,
     while (!pending.empty()) {
         const size_t fn = pending.back();
         pending.pop_back();
-        control_flow[fn] = build_control_flow(module, module.functions[fn]);
+        ControlFlow& flow = control_flow[fn];
+        flow = build_control_flow(module, module.functions[fn]);
+        flow.idom = immediate_dominators(flow);
+        flow.loops = find_loops(module, module.functions[fn], flow, flow.idom);
         for (size_t callee : callees_of(fn)) {
             if (reachable_functions[callee]) continue;
             reachable_functions[callee] = true;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis/core_model.h"
+#include "analysis/loops.h"
 #include "analysis/module_ir.h"
 
 namespace reference {
@@ -20,6 +21,8 @@ struct ControlFlow {
     std::vector<size_t> order;                      // reachable blocks, each before its forward successors
     std::vector<bool> reachable;
     bool has_cycle = false;
+    std::vector<size_t> idom;  // immediate dominators (see dominance.h)
+    LoopForest loops;
 };
 
 struct PointerInfo {
