@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+#include "analysis/loop_trips.h"
+#include "analysis/spirv_defs.h"
 #include "compile_pipeline.h"
 #include "core_features.h"
 #include "feature_checks.h"
@@ -149,6 +151,37 @@ TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
     EXPECT_EQ(trips("for (uint i = 0u; i != 7u; ++i)"), 7u);
     EXPECT_EQ(trips("for (int i = 0; i < 100000; ++i)"), 101u);  // stops counting past the limit
     EXPECT_EQ(trips("for (int i = 0; i < int(u); ++i)"), std::nullopt);
+}
+
+// Long loops are counted in one step once the first turns are stepped through;
+// a counter that would wrap round, or never reach its bound, is not counted.
+TEST(LoopTripCounts, LongAndWrappingCounters) {
+    using namespace reference::spirv;
+    const struct {
+        uint16_t comparison;
+        bool counter_on_left, stay_when_true;
+        int64_t start, step, bound;
+        std::optional<uint64_t> trips;
+    } cases[] = {
+        {OpSLessThan, true, true, 0, 1, 100000, 100000},
+        {OpSLessThanEqual, true, true, 0, 3, 1000, 334},
+        {OpSGreaterThan, true, true, 1000, -7, 0, 143},
+        {OpSLessThan, false, true, 1000, -1, 0, 1000},             // 0 < i, counting down
+        {OpSGreaterThanEqual, true, false, 0, 2, 999, 500},         // leaves once i >= 999
+        {OpULessThan, true, true, 0, 1, 0xFFFFFFF0, 0xFFFFFFF0},  // unsigned bounds above INT32_MAX
+        {OpINotEqual, true, true, 0, 4, 4000, 1000},
+        {OpINotEqual, true, true, 0, 3, 4000, std::nullopt},       // steps over its bound
+        {OpSLessThan, true, true, 0, -1, 10, std::nullopt},        // walks away from its bound
+        {OpSLessThanEqual, true, true, 0, 1, INT32_MAX, std::nullopt},  // i <= INT_MAX always holds
+        {OpSLessThan, true, true, 0, 0x40000000, INT32_MAX, std::nullopt},  // wraps round, never ends
+        {OpSLessThan, true, true, 10, 1, 5, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.start) + " step " + std::to_string(c.step) + " bound " + std::to_string(c.bound));
+        EXPECT_EQ(reference::counted_iterations(c.comparison, c.counter_on_left, c.stay_when_true, c.start, c.step,
+                                                c.bound),
+                  c.trips);
+    }
 }
 
 TEST(SpirvOptimiser, UnrollsOnlySmallConstantLoops) {
