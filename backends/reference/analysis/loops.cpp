@@ -14,6 +14,13 @@ bool LoopForest::is_back_edge(size_t from, size_t to) const {
     return std::find(latches.begin(), latches.end(), from) != latches.end();
 }
 
+bool LoopForest::contains(int loop, size_t block) const {
+    for (int holder = block < innermost.size() ? innermost[block] : -1; holder >= 0; holder = loops[holder].parent) {
+        if (holder == loop) return true;
+    }
+    return false;
+}
+
 LoopForest find_loops(const Module& module, const Function& function, const ControlFlow& flow,
                       const std::vector<size_t>& idom) {
     const size_t count = function.blocks.size();
@@ -41,37 +48,47 @@ LoopForest find_loops(const Module& module, const Function& function, const Cont
             loops[loop_of_header[target]].latches.push_back(block);
         }
     }
-    // A loop's blocks: everything that reaches a latch without passing the header.
-    std::vector<size_t> sizes;
-    for (Loop& loop : loops) {
-        loop.contains.assign(count, 0);
-        loop.contains[loop.header] = 1;
+    // A loop's blocks: everything that reaches a latch without passing the
+    // header, listed in the order of the forward graph.
+    std::vector<size_t> rank(count, 0);
+    for (size_t at = 0; at < flow.order.size(); ++at) rank[flow.order[at]] = at;
+    std::vector<size_t> seen(count, SIZE_MAX);
+    for (size_t l = 0; l < loops.size(); ++l) {
+        Loop& loop = loops[l];
+        seen[loop.header] = l;
+        loop.blocks.push_back(loop.header);
         std::vector<size_t> pending = loop.latches;
         while (!pending.empty()) {
             const size_t block = pending.back();
             pending.pop_back();
-            if (loop.contains[block]) continue;
-            loop.contains[block] = 1;
+            if (seen[block] == l) continue;
+            seen[block] = l;
+            loop.blocks.push_back(block);
             pending.insert(pending.end(), flow.predecessors[block].begin(), flow.predecessors[block].end());
         }
-        sizes.push_back(static_cast<size_t>(std::count(loop.contains.begin(), loop.contains.end(), 1)));
+        std::sort(loop.blocks.begin(), loop.blocks.end(), [&](size_t a, size_t b) { return rank[a] < rank[b]; });
     }
-    // Smaller loops first: a loop holding another is larger than it.
-    std::vector<size_t> by_size(loops.size());
-    std::iota(by_size.begin(), by_size.end(), 0);
-    std::stable_sort(by_size.begin(), by_size.end(), [&](size_t a, size_t b) { return sizes[a] < sizes[b]; });
-    for (size_t index : by_size) forest.loops.push_back(std::move(loops[index]));
-
+    // Smaller loops first: a loop holding another is larger than it. Each
+    // loop becomes the parent of the outermost loops found so far in it.
+    std::stable_sort(loops.begin(), loops.end(),
+                     [](const Loop& a, const Loop& b) { return a.blocks.size() < b.blocks.size(); });
+    forest.loops = std::move(loops);
     for (size_t l = 0; l < forest.loops.size(); ++l) {
         Loop& loop = forest.loops[l];
         forest.headed[loop.header] = static_cast<int>(l);
-        for (size_t block = 0; block < count; ++block) {
-            if (loop.contains[block] && forest.innermost[block] < 0) forest.innermost[block] = static_cast<int>(l);
+        for (size_t block : loop.blocks) {
+            int top = forest.innermost[block];
+            if (top < 0) {
+                forest.innermost[block] = static_cast<int>(l);
+                continue;
+            }
+            while (forest.loops[top].parent >= 0) top = forest.loops[top].parent;
+            if (top != static_cast<int>(l)) forest.loops[top].parent = static_cast<int>(l);
         }
-        for (size_t outer = l + 1; outer < forest.loops.size() && loop.parent < 0; ++outer) {
-            if (forest.loops[outer].contains[loop.header]) loop.parent = static_cast<int>(outer);
-        }
-        loop.trips = loop_trips(module, function, loop.header, [&loop](size_t block) { return !loop.contains[block]; });
+    }
+    for (size_t l = 0; l < forest.loops.size(); ++l) {
+        forest.loops[l].trips = loop_trips(module, function, forest.loops[l].header,
+                                           [&](size_t block) { return !forest.contains(static_cast<int>(l), block); });
     }
     return forest;
 }

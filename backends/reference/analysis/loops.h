@@ -16,7 +16,7 @@ struct ControlFlow;
 
 struct Loop {
     size_t header = 0;
-    std::vector<char> contains;       // by block: in the loop (nested loops' blocks included)
+    std::vector<size_t> blocks;       // nested loops' included, in the forward graph's order
     std::vector<size_t> latches;      // blocks whose edge back to the header closes an iteration
     int parent = -1;                  // the innermost loop holding this one
     std::optional<LoopTrips> trips;   // nullopt: the count is not known
@@ -31,6 +31,7 @@ struct LoopForest {
     bool irreducible = false;
 
     bool is_back_edge(size_t from, size_t to) const;
+    bool contains(int loop, size_t block) const;
 };
 
 LoopForest find_loops(const Module& module, const Function& function, const ControlFlow& flow,

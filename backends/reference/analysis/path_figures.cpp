@@ -159,7 +159,7 @@ private:
     }
 
     bool in_region(int region, size_t block) const {
-        return region < 0 || forest_.loops[region].contains[block];
+        return region < 0 || forest_.contains(region, block);
     }
 
     // The loop directly inside `region` that holds the block, or -1 when the
@@ -175,22 +175,20 @@ private:
     // the header of every loop directly inside it) to each destination; the
     // answer is the one at the region's first block.
     Destinations evaluate(int region) {
+        const std::vector<size_t>& blocks = region >= 0 ? forest_.loops[region].blocks : flow_.order;
         exits_.clear();
         exit_index_.clear();
-        if (region >= 0) {
-            for (size_t b : flow_.order) {
-                if (!in_region(region, b)) continue;
-                for (size_t target : flow_.successors[b]) {
-                    if (!in_region(region, target) && exit_index_.emplace(Edge{b, target}, exits_.size()).second) {
-                        exits_.emplace_back(b, target);
-                    }
+        for (size_t b : blocks) {
+            for (size_t target : flow_.successors[b]) {
+                if (region >= 0 && !in_region(region, target) &&
+                    exit_index_.emplace(Edge{b, target}, exits_.size()).second) {
+                    exits_.emplace_back(b, target);
                 }
             }
         }
         values_.clear();
-        for (auto it = flow_.order.rbegin(); it != flow_.order.rend(); ++it) {
+        for (auto it = blocks.rbegin(); it != blocks.rend(); ++it) {
             const size_t b = *it;
-            if (!in_region(region, b)) continue;
             const int child = child_loop(region, b);
             if (child < 0) {
                 values_[b] = block_destinations(region, b);
