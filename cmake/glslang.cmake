@@ -24,8 +24,17 @@ endforeach()
 string(SHA256 _shadex_patch_digest "${_shadex_patch_digest}")
 string(SUBSTRING "${_shadex_patch_digest}" 0 8 _shadex_patch_digest)
 
-set(SHADEX_GLSLANG_PREFIX "${_shadex_cache_root}/shadex/glslang-${SHADEX_GLSLANG_DEB_VERSION}-${_shadex_patch_digest}"
+set(_shadex_default_prefix "${_shadex_cache_root}/shadex/glslang-${SHADEX_GLSLANG_DEB_VERSION}-${_shadex_patch_digest}")
+set(SHADEX_GLSLANG_PREFIX "${_shadex_default_prefix}"
     CACHE PATH "Install prefix of the packaged glslang build (validator, static libraries, CMake package)")
+# A build directory configured before the patches changed still holds the old
+# default prefix: follow the new one, but keep a prefix the user chose.
+if(SHADEX_GLSLANG_PREFIX MATCHES "^${_shadex_cache_root}/shadex/glslang-" AND
+   NOT SHADEX_GLSLANG_PREFIX STREQUAL _shadex_default_prefix)
+  set(SHADEX_GLSLANG_PREFIX "${_shadex_default_prefix}" CACHE PATH
+      "Install prefix of the packaged glslang build (validator, static libraries, CMake package)" FORCE)
+  unset(glslang_DIR CACHE)
+endif()
 
 set(SHADEX_GLSLANG_VALIDATOR "${SHADEX_GLSLANG_PREFIX}/bin/glslang")
 

@@ -66,6 +66,8 @@ CompileOptions parse_compile_options(const OptionPairs& pairs) {
             options.request_idvs = parse_flag(key, value);
         } else if (key == "variants") {
             options.variants.push_back(value);
+        } else if (key == "include_path") {
+            options.include_paths.push_back(value);
         }
         // Keys of later program versions are not an error.
     }

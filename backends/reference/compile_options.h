@@ -30,6 +30,7 @@ struct CompileOptions {
     bool request_pilot = false;
     bool request_idvs = false;
     std::vector<std::string> variants;  // from "variants"
+    std::vector<std::string> include_paths;  // "include_path", in order; the first is the source's own
 };
 
 using OptionPairs = std::vector<std::pair<std::string, std::string>>;

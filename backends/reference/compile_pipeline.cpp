@@ -90,7 +90,8 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
     switch (api) {
         case Api::OpenGLES: {
             const std::string text(source);
-            FrontEndResult result = compile_glsl_es_source(text, options.stage, options.defines);
+            FrontEndResult result = compile_glsl_es_source(text, options.stage, options.defines,
+                                                           options.include_paths);
             if (!result.errors.empty() || result.module.empty()) return result;
             RuleFindings findings = check_opengles_rules(text, result.module, core, features);
             append(result.errors, findings.errors);
@@ -99,7 +100,8 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
         }
         case Api::OpenCLSource:
             return compile_opencl_source(source, options.kernel_name,
-                                         opencl_std_text(options.opencl_version), options.defines);
+                                         opencl_std_text(options.opencl_version), options.defines,
+                                         options.include_paths);
         case Api::Vulkan:
         case Api::OpenCLSpirv:
             return read_module(source, options.spirv_length);

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "glslang_log.h"
+#include "include_files.h"
 
 namespace reference {
 
@@ -67,6 +68,56 @@ void take_log(const char* log, FrontEndResult& result) {
     result.warnings.insert(result.warnings.end(), lines.warnings.begin(), lines.warnings.end());
 }
 
+// glslang asks for each `#include` (once the source enabled an include
+// extension); the search follows include_files.h.
+class SearchPathIncluder : public glslang::TShader::Includer {
+public:
+    explicit SearchPathIncluder(const std::vector<std::string>& search_dirs) : search_dirs_(search_dirs) {}
+
+    IncludeResult* includeLocal(const char* name, const char* includer, size_t depth) override {
+        failure_.clear();
+        return include(name, false, includer, depth);
+    }
+
+    // Also asked after a "local" search found nothing: the reason that
+    // search gave up, if any, is the one to report.
+    IncludeResult* includeSystem(const char* name, const char* includer, size_t depth) override {
+        std::string earlier;
+        earlier.swap(failure_);
+        IncludeResult* result = include(name, true, includer, depth);
+        if (!result && !earlier.empty()) return refusal(earlier);
+        return result;
+    }
+
+    void releaseInclude(IncludeResult* result) override {
+        if (!result) return;
+        delete static_cast<std::string*>(result->userData);
+        delete result;
+    }
+
+private:
+    IncludeResult* include(const char* name, bool system, const char* includer, size_t depth) {
+        if (depth > static_cast<size_t>(MAX_INCLUDE_DEPTH))
+            return refusal("nested more than " + std::to_string(MAX_INCLUDE_DEPTH) + " deep: an include cycle?");
+        const std::string includer_dir = depth > 1 && includer ? directory_of(includer) : "";
+        IncludeLookup lookup = find_include(name, system, includer_dir, search_dirs_);
+        if (!lookup.failure.empty()) return refusal(lookup.failure);
+        if (!lookup.found()) return nullptr;
+        auto* content = new std::string(std::move(lookup.content));
+        return new IncludeResult(lookup.path, content->data(), content->size(), content);
+    }
+
+    // A result without a header name: glslang reports its text.
+    IncludeResult* refusal(const std::string& reason) {
+        failure_ = reason;
+        auto* text = new std::string("Could not process include directive (" + reason + ")");
+        return new IncludeResult("", text->data(), text->size(), text);
+    }
+
+    const std::vector<std::string>& search_dirs_;
+    std::string failure_;
+};
+
 }  // namespace
 
 std::string define_preamble(const std::vector<std::string>& defines) {
@@ -82,7 +133,8 @@ std::string define_preamble(const std::vector<std::string>& defines) {
 }
 
 FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage,
-                                      const std::vector<std::string>& defines) {
+                                      const std::vector<std::string>& defines,
+                                      const std::vector<std::string>& include_dirs) {
     ensure_glslang_initialised();
     FrontEndResult result;
     const EShLanguage language = glslang_stage(stage);
@@ -100,7 +152,8 @@ FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage,
     shader.setEnvClient(glslang::EShClientNone, glslang::EShTargetClientVersion(0));
     shader.setEnvTarget(glslang::EShTargetNone, glslang::EShTargetLanguageVersion(0));
 
-    const bool parsed = shader.parse(GetDefaultResources(), 100, EEsProfile, false, false, messages);
+    SearchPathIncluder includer(include_dirs);
+    const bool parsed = shader.parse(GetDefaultResources(), 100, EEsProfile, false, false, messages, includer);
     take_log(shader.getInfoLog(), result);
     if (!parsed) {
         if (result.errors.empty()) result.errors.push_back("0:0: '' : compilation failed");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -103,8 +104,9 @@ struct Translation {
 class OpenCLCompile {
 public:
     OpenCLCompile(const std::string& source, const std::string& standard,
-                  const std::vector<std::string>& defines, FrontEndResult& result)
-        : directory_("shadex-opencl"), standard_(standard), defines_(defines), result_(result) {
+                  const std::vector<std::string>& preprocessor_arguments, FrontEndResult& result)
+        : directory_("shadex-opencl"), standard_(standard), preprocessor_arguments_(preprocessor_arguments),
+          result_(result) {
         write_file(directory_.file(SOURCE_FILE), source);
     }
 
@@ -116,8 +118,7 @@ public:
                                             "-fno-vectorize", "-fno-slp-vectorize",
                                             "-fno-caret-diagnostics", "-fno-color-diagnostics",
                                             "-fno-crash-diagnostics"};
-        for (const std::string& define : defines_)
-            if (!define.empty()) compile.push_back("-D" + define);
+        compile.insert(compile.end(), preprocessor_arguments_.begin(), preprocessor_arguments_.end());
         compile.insert(compile.end(), {SOURCE_FILE, "-o", "program.ll"});
         std::string output;
         ChildProcessResult run = run_tool(compile, output);
@@ -159,7 +160,7 @@ private:
 
     TemporaryDirectory directory_;
     std::string standard_;
-    const std::vector<std::string>& defines_;
+    const std::vector<std::string>& preprocessor_arguments_;
     FrontEndResult& result_;
 };
 
@@ -184,9 +185,24 @@ std::string program_error(const std::vector<uint32_t>& module, const std::string
     return "No kernel named '" + kernel_name + "' in the program; it defines " + join_names(kernels) + ".";
 }
 
+// -D for each define; clang runs in its own directory, so the include
+// directories are made absolute: the source's own one serves "x" only
+// (-iquote), the others both forms (-I).
+std::vector<std::string> preprocessor_arguments(const std::vector<std::string>& defines,
+                                                const std::vector<std::string>& include_dirs) {
+    std::vector<std::string> arguments;
+    for (const std::string& define : defines)
+        if (!define.empty()) arguments.push_back("-D" + define);
+    for (size_t index = 0; index < include_dirs.size(); ++index) {
+        arguments.push_back(index == 0 ? "-iquote" : "-I");
+        arguments.push_back(std::filesystem::absolute(include_dirs[index]).lexically_normal().string());
+    }
+    return arguments;
+}
+
 void compile_into(const std::string& source, const std::string& kernel_name, const std::string& standard,
-                  const std::vector<std::string>& defines, FrontEndResult& result) {
-    OpenCLCompile compile(source, standard, defines, result);
+                  const std::vector<std::string>& preprocessor_arguments, FrontEndResult& result) {
+    OpenCLCompile compile(source, standard, preprocessor_arguments, result);
     // Optimised code is what the estimate should see, but the translator does
     // not handle everything LLVM's optimiser produces: unoptimised code is the
     // fallback.
@@ -219,7 +235,8 @@ std::string opencl_c_standard(const std::string& cl_std) {
 
 FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
                                      const std::string& cl_std,
-                                     const std::vector<std::string>& defines) {
+                                     const std::vector<std::string>& defines,
+                                     const std::vector<std::string>& include_dirs) {
     FrontEndResult result;
     const std::string standard = opencl_c_standard(cl_std);
     if (standard.empty()) {
@@ -229,7 +246,7 @@ FrontEndResult compile_opencl_source(const std::string& source, const std::strin
         // The program hands the source over with its terminating NUL.
         std::string text = source.substr(0, source.find_last_not_of('\0') + 1);
         try {
-            compile_into(text, kernel_name, standard, defines, result);
+            compile_into(text, kernel_name, standard, preprocessor_arguments(defines, include_dirs), result);
         } catch (const std::exception& failure) {
             result.module.clear();
             result.errors.push_back(std::string("The OpenCL C front end failed: ") + failure.what());

@@ -235,7 +235,8 @@ CompileInput Compiler::start_input(const Bytes& bytes, Bytes& copy, SourceType s
 CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
                                    const std::string& cl_std,
                                    const std::vector<std::string>& defines,
-                                   const std::string& kernel_name) {
+                                   const std::string& kernel_name,
+                                   const std::vector<std::string>& include_paths) {
     Bytes copy;
     CompileInput input = start_input(source, copy, source_type);
     for (const std::string& define : defines) input.add_flexible_input("define", define);
@@ -246,6 +247,7 @@ CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
     add_request_options(input, source_type);
     if (source_type == SourceType::Fragment && variants.count("per_fragment_shader"))
         input.add_flexible_input("variants", "per_fragment_shader");
+    for (const std::string& path : include_paths) input.add_flexible_input("include_path", path);
     return run(input, source_type);
 }
 

@@ -48,7 +48,8 @@ public:
 
     CompileOutputPtr compile(const Bytes& source, SourceType source_type, const std::string& cl_std,
                              const std::vector<std::string>& defines = {},
-                             const std::string& kernel_name = "");
+                             const std::string& kernel_name = "",
+                             const std::vector<std::string>& include_paths = {});
     CompileOutputPtr compile_spirv(const Bytes& module, SourceType source_type,
                                    const std::string& cl_std, const std::string& entrypoint = "");
 

@@ -8,6 +8,7 @@
 #include "common/text.h"
 #include "driver/specialization_constants.h"
 #include "input/glslang_validator.h"
+#include "input/include_search.h"
 #include "input/input_reader.h"
 #include "input/spirv_module.h"
 #include "report/compile_report.h"
@@ -161,6 +162,15 @@ void check_no_hidden_text(const Bytes& source) {
     usage_error("Input source contains a NUL byte on line " + std::to_string(line) + ".");
 }
 
+std::vector<std::string> search_dirs(const OptionSet& options, const Bytes& source) {
+    try {
+        return include_search_dirs(source, options.input_files.getValue().front(),
+                                   options.include_dirs.getValue());
+    } catch (const std::invalid_argument& error) {
+        usage_error(error.what());
+    }
+}
+
 std::vector<std::string> complete_defines(const std::vector<std::string>& defines) {
     std::vector<std::string> result;
     for (const std::string& define : defines)
@@ -201,13 +211,14 @@ std::string resolve_entrypoint(const Bytes& module, SourceType stage, std::strin
 
 CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::string entrypoint,
                                 const std::vector<std::string>& defines,
-                                const SpecializationConstants& constants) {
+                                const SpecializationConstants& constants,
+                                const std::vector<std::string>& include_dirs) {
     bool relaxed = false;
     if (!shape.is_spirv) {
         std::vector<std::string> messages;
         shape.bytes = compile_to_spirv(shape.bytes, defines,
                                        pretty_print_version_string(compiler.version), entrypoint,
-                                       shape.stage, messages, relaxed);
+                                       shape.stage, messages, relaxed, include_dirs);
         entrypoint = "main";
         if (!messages.empty()) {
             shadex_outputs nothing{};
@@ -292,16 +303,19 @@ int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& o
 
     std::vector<std::string> defines = complete_defines(options.defines.getValue());
     SpecializationConstants constants = parse_specialization_constants(options.sconsts.getValue());
+    std::vector<std::string> include_dirs;
+    if (!shape.is_spirv) include_dirs = search_dirs(options, shape.bytes);
 
     // The back-end takes the OpenCL C standard in its -cl-std form.
     std::string cl_std = "CL" + cl_version;
     CompileOutputPtr result;
     if (api == CompilerType::Vulkan)
-        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants);
+        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants, include_dirs);
     else if (api == CompilerType::OpenCL && shape.is_spirv)
         result = compiler->compile_spirv(shape.bytes, shape.stage, cl_std, entrypoint);
     else
-        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint);
+        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint,
+                                   include_dirs);
 
     ReportFormat format = options.format.getValue();
     print_compile_report(output.report(format), options.detailed.getValue(), source_text, *result,

@@ -79,12 +79,13 @@ OptionSet::OptionSet(OmbraOutput& out)
       format_values{ReportFormat::Text, ReportFormat::Json},
       format_constraint(format_values),
       format("", "format", "Specify the report output format.", false, ReportFormat::Text,
-             &format_constraint) {
+             &format_constraint),
+      include_dirs("I", "include", "Add a directory to the include search path.", false, "DIR") {
     std::vector<TCLAP::Arg*> order = {
         &opengles, &vulkan, &opencl, &vertex, &tess_control, &tess_evaluation, &geometry,
         &fragment, &compute, &kernel, &ray_generation, &ray_any_hit, &ray_closest_hit,
         &ray_intersection, &ray_miss, &ray_callable, &spirv, &list, &info, &output, &input_files,
-        &defines, &sconsts, &core, &name, &detailed, &format};
+        &defines, &sconsts, &core, &name, &detailed, &format, &include_dirs};
     for (TCLAP::Arg* arg : order) cmd.add(arg);
     cmd.setOutput(&out);
     // Destructors of locals must run on every exit path, so main handles

@@ -68,4 +68,5 @@ public:
     std::vector<ReportFormat> format_values;
     TCLAP::ValuesConstraint<ReportFormat> format_constraint;
     TCLAP::ValueArg<ReportFormat> format;
+    TCLAP::MultiArg<std::string> include_dirs;
 };

@@ -30,9 +30,10 @@ std::string translate_link_error(const std::string& text) {
 }
 
 // "<source path>:12: text" -> "0:12: X0000: text", the form the back-end
-// compilers use for their own diagnostics.
+// compilers use for their own diagnostics; "inc/a.glsl:3: text" keeps the
+// included file's name, which the user knows.
 std::string translate_source_error(std::string text, const std::string& source_path) {
-    text.replace(0, source_path.size(), "0");
+    if (starts_with(text, source_path)) text.replace(0, source_path.size(), "0");
     size_t separator = text.find(": ");
     text.insert(separator == std::string::npos ? 0 : separator + 2, MESSAGE_CODE);
     return text;
@@ -63,7 +64,8 @@ std::string GlslangValidator::generate_spirv_binary(const std::string& validator
                                                     const std::vector<std::string>& defines,
                                                     const std::string& version,
                                                     const std::string& entrypoint,
-                                                    bool& relaxed) {
+                                                    bool& relaxed,
+                                                    const std::vector<std::string>& include_dirs) {
     relaxed = false;
     // The two blanks in the message for an empty path are long-standing output.
     if (source.empty()) throw GlslangInputError("Source file " + source + " is empty.");
@@ -71,7 +73,7 @@ std::string GlslangValidator::generate_spirv_binary(const std::string& validator
 
     std::string output_path = tempdir + get_path_sep() + "temp-binary.spv";
     std::vector<std::string> arguments =
-        glslang_arguments(validator, source, output_path, defines, version, entrypoint);
+        glslang_arguments(validator, source, output_path, defines, version, entrypoint, include_dirs);
     relaxed = needs_entrypoint_rename(entrypoint);
 
     std::string captured;
@@ -88,7 +90,8 @@ std::vector<std::string> glslang_arguments(const std::string& validator,
                                            const std::string& output,
                                            const std::vector<std::string>& defines,
                                            const std::string& version,
-                                           const std::string& entrypoint) {
+                                           const std::string& entrypoint,
+                                           const std::vector<std::string>& include_dirs) {
     std::vector<std::string> arguments = {validator, "-V", source, "-o", output,
                                           "--target-env", "spirv" + version};
     // Another entry point is compiled under the name main; the validator
@@ -96,6 +99,7 @@ std::vector<std::string> glslang_arguments(const std::string& validator,
     if (needs_entrypoint_rename(entrypoint))
         arguments.insert(arguments.end(), {"--source-entrypoint", entrypoint, "-e", "main", "-s"});
     for (const auto& define : defines) arguments.push_back("-D" + define);
+    for (const auto& dir : include_dirs) arguments.push_back("-I" + dir);
     return arguments;
 }
 
@@ -120,7 +124,8 @@ std::vector<std::string> translate_glslang_errors(const std::string& output,
 
 Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines,
                        const std::string& version, const std::string& entrypoint,
-                       SourceType stage, std::vector<std::string>& messages, bool& relaxed) {
+                       SourceType stage, std::vector<std::string>& messages, bool& relaxed,
+                       const std::vector<std::string>& include_dirs) {
     relaxed = false;
     const std::string separator = get_path_sep();
     const std::string validator_path = get_executable_dir() + separator + "external/glslang";
@@ -148,7 +153,8 @@ Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defi
     try {
         GlslangValidator validator(validator_path);
         binary_path = GlslangValidator::generate_spirv_binary(
-            validator.path, tempdir, source_path, defines, version, entrypoint, relaxed);
+            validator.path, tempdir, source_path, defines, version, entrypoint, relaxed,
+            include_dirs);
     } catch (const GlslangBinaryError&) {
         throw KoroException_("Packaged glslang binary not found");
     } catch (const GlslangInputError& error) {

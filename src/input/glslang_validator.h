@@ -49,7 +49,8 @@ public:
                                              const std::string& source,
                                              const std::vector<std::string>& defines,
                                              const std::string& version,
-                                             const std::string& entrypoint, bool& relaxed);
+                                             const std::string& entrypoint, bool& relaxed,
+                                             const std::vector<std::string>& include_dirs = {});
 
     std::string path;
 };
@@ -59,16 +60,18 @@ public:
 bool needs_entrypoint_rename(const std::string& entrypoint);
 
 // The validator's argument vector, program first; nothing is quoted because
-// no shell is involved.
+// no shell is involved. Include directories come last, one "-I<dir>" each.
 std::vector<std::string> glslang_arguments(const std::string& validator,
                                            const std::string& source,
                                            const std::string& output,
                                            const std::vector<std::string>& defines,
                                            const std::string& version,
-                                           const std::string& entrypoint);
+                                           const std::string& entrypoint,
+                                           const std::vector<std::string>& include_dirs = {});
 
 // Turns the validator's output for a failed conversion into compiler
-// messages ("0:LINE: X0000: ..." or "X0000: ..." for link errors).
+// messages ("0:LINE: X0000: ..." or "X0000: ..." for link errors). A
+// diagnostic about an included file keeps that file's name.
 std::vector<std::string> translate_glslang_errors(const std::string& output,
                                                   const std::string& source_path);
 
@@ -77,4 +80,5 @@ std::vector<std::string> translate_glslang_errors(const std::string& output,
 // result is empty. A missing or untrusted validator raises KoroException_.
 Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines,
                        const std::string& version, const std::string& entrypoint,
-                       SourceType stage, std::vector<std::string>& messages, bool& relaxed);
+                       SourceType stage, std::vector<std::string>& messages, bool& relaxed,
+                       const std::vector<std::string>& include_dirs = {});

@@ -176,12 +176,17 @@ TEST(BackendCompile, OptionsSentForEachApiAndStage) {
     shadex.write("k.cl.spv", module(entry(6, "k")));
     shadex.write("k.cl", "kernel void k() {}\n");
     shadex.write("v.spv", module(entry(0, "main")));
+    shadex.write("inc/keep", "");
     const std::tuple<std::vector<std::string>, size_t, std::string> rows[] = {
         {{"-c", "Koro-N68", "-D", "FOO", "-D", "BAR=2", "s.frag"}, 0,
          "compiler_type=openglessl shader_type=fragment define=FOO=1 define=BAR=2 "
          "request-pilot=true variants=per_fragment_shader"},
         {{"-c", "Koro-L380", "s.frag"}, 0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader"},
+        // The source's own directory first, then each -I in order.
+        {{"-c", "Koro-L380", "s.frag", "-I", "inc", "-I", "/"}, 0,
+         "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader "
+         "include_path=. include_path=inc include_path=/"},
         {{"-c", "Koro-L380", "s.vert"}, 0, "compiler_type=openglessl shader_type=vertex"},
         {{"-c", "Koro-L380", "v.spv"}, 0,
          "compiler_type=openglessl shader_type=vertex spirv=true spirv_binary_length=40 "

@@ -170,6 +170,8 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
         at = calls[0].find("\t-D" + define + "\t", at);
         EXPECT_NE(at, std::string::npos) << define << "\n" << calls[0];
     }
+    // Nothing is included and no -I given: the command line ends there.
+    EXPECT_EQ(calls[0].size(), at + defines.back().size() + 4) << calls[0];
     // TINT took effect: the module holds the constant 0.25 (0x3e800000).
     std::vector<std::string> compiles = compile_calls();
     ASSERT_EQ(compiles.size(), 1u);
@@ -188,6 +190,17 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     EXPECT_NE(calls[1].find("\t--source-entrypoint\t" + name + "\t-e\tmain\t-s\t"),
               std::string::npos)
         << calls[1];
+
+    // An include, or -I, appends the source's directory and each -I, last.
+    files.write("inc/tint.h", "#define TINT vec4(1.0)\n");
+    files.write("incl.frag", "#version 450\n#extension GL_GOOGLE_include_directive : require\n"
+                             "#include <tint.h>\nlayout(location = 0) out vec4 color;\n"
+                             "void main() { color = TINT; }\n");
+    EXPECT_EQ(run({"--vulkan", "-f", "incl.frag", "-I", "inc", "-D", "A"}).status, 0);
+    calls = lines_starting(read_file(args_log), "-V\t");
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_NE(calls[2].find("\tspirv1.3\t-DA=1\t-I.\t-Iinc\t"), std::string::npos) << calls[2];
+    EXPECT_EQ(calls[2].substr(calls[2].size() - 6), "-Iinc\t") << calls[2];
 
     EXPECT_FALSE(fs::exists(files.file("PWNED")));
     EXPECT_FALSE(fs::exists(install.dir() + "/PWNED"));

@@ -25,9 +25,12 @@ TEST(GlslangTranslation, SourceAndLinkErrorsUpToTheSummary) {
     EXPECT_TRUE(translate_glslang_errors("Source file  is empty.", SOURCE).empty());
     // A diagnostic without any ": " still gets its code, in front.
     EXPECT_EQ(translate_glslang_errors("ERROR: " + SOURCE + "\n", SOURCE), Texts{"X0000: 0"});
+    // An included file's diagnostics keep its name.
+    EXPECT_EQ(translate_glslang_errors("ERROR: inc/light.glsl:3: 'x' : undeclared\n", SOURCE),
+              Texts{"inc/light.glsl:3: X0000: 'x' : undeclared"});
 }
 
-TEST(GlslangArguments, EntryPointRenamingThenDefinesInOrder) {
+TEST(GlslangArguments, EntryPointRenamingThenDefinesThenIncludeDirectoriesInOrder) {
     for (const std::string entry : {"", "main"}) {
         EXPECT_FALSE(needs_entrypoint_rename(entry));
         EXPECT_EQ(
@@ -35,9 +38,11 @@ TEST(GlslangArguments, EntryPointRenamingThenDefinesInOrder) {
             (Texts{"glslang", "-V", "/t/.frag", "-o", "/t/o.spv", "--target-env", "spirv1.3"}));
     }
     EXPECT_EQ(
-        glslang_arguments("glslang", "/t/.comp", "/t/o.spv", {"B=2", "A=1"}, "1.1", "shade it"),
+        glslang_arguments("glslang", "/t/.comp", "/t/o.spv", {"B=2", "A=1"}, "1.1", "shade it",
+                          {"src", "my inc"}),
         (Texts{"glslang", "-V", "/t/.comp", "-o", "/t/o.spv", "--target-env", "spirv1.1",
-               "--source-entrypoint", "shade it", "-e", "main", "-s", "-DB=2", "-DA=1"}));
+               "--source-entrypoint", "shade it", "-e", "main", "-s", "-DB=2", "-DA=1", "-Isrc",
+               "-Imy inc"}));
 }
 
 }  // namespace
