@@ -1,68 +1,30 @@
 // shadex: one job per run (compile, list or info), one report, exit 0, 1 or 2.
 #include <exception>
 #include <iostream>
-#include <stdexcept>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include <tclap/CmdLine.h>
-
 #include "common/platform.h"
 #include "compiler/compiler_manager.h"
-#include "driver/compile_job.h"
 #include "driver/ombra_output.h"
-#include "driver/option_set.h"
-
-namespace {
-
-int run_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output) {
-    if (options.list.getValue()) return run_list_job(options, manager, output);
-    if (options.info.getValue()) return run_info_job(options, manager, output);
-    return run_compile_job(options, manager, output);
-}
-
-int run(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
-        std::vector<std::string>& args) {
-    options.cmd.parse(args);
-    output.validate_exclusive_args();
-
-    const std::string& out_name = options.output.getValue();
-    if (!out_name.empty() && !output.open_out_file(out_name))
-        throw TCLAP::ArgParseException("Could not create output file: " + out_name);
-
-    int status = run_job(options, manager, output);
-    // A report lost on the way out (a full disk, a device that refuses it)
-    // must not pass for a result.
-    if (!output.structured_report().flush())
-        throw std::runtime_error(out_name.empty() ? "Could not write the report to standard output."
-                                                  : "Could not write output file: " + out_name);
-    return status;
-}
-
-}  // namespace
+#include "driver/shadex_run.h"
 
 int main(int argc, char** argv) {
-    OmbraOutput output;
+    std::unique_ptr<CompilerManager> manager;
     try {
-        OptionSet options(output);
-        CompilerManager manager(get_executable_dir());
-
-        // Usage text shows the bare program name.
-        std::vector<std::string> args(argv, argv + argc);
-        if (!args.empty()) {
-            size_t sep = args[0].find_last_of(get_path_sep());
-            if (sep != std::string::npos) args[0] = args[0].substr(sep + 1);
-        }
-        try {
-            return run(options, manager, output, args);
-        } catch (TCLAP::ArgException& e) {
-            output.failure(options.cmd, e);
-        }
-    } catch (TCLAP::ExitException& e) {
-        return e.getExitStatus();
+        manager = std::make_unique<CompilerManager>(get_executable_dir());
     } catch (const std::exception& e) {
+        OmbraOutput output;
         output.error() << std::endl << "ERROR: " << e.what() << std::endl;
         return 2;
     }
-    return 2;
+
+    // Usage text shows the bare program name.
+    std::vector<std::string> args(argv, argv + argc);
+    if (!args.empty()) {
+        size_t sep = args[0].find_last_of(get_path_sep());
+        if (sep != std::string::npos) args[0] = args[0].substr(sep + 1);
+    }
+    return run_shadex(std::move(args), *manager, std::cout, std::cerr);
 }

@@ -43,8 +43,8 @@ std::ostream& OmbraOutput::print_header(std::ostream& out) {
 }
 
 std::ostream& OmbraOutput::error() {
-    if (!header_printed) print_header(std::cerr);
-    return std::cerr;
+    if (!header_printed) print_header(*standard_err);
+    return *standard_err;
 }
 
 std::ostream& OmbraOutput::info() {
@@ -92,7 +92,7 @@ void OmbraOutput::failure(TCLAP::CmdLineInterface& cmd, TCLAP::ArgException& e) 
     // as the output (/dev/null) holds no report and stays.
     if (out_file.is_open()) {
         out_file.close();
-        report_stream = &std::cout;
+        report_stream = standard_out;
         if (does_file_exist(out_file_name)) std::remove(out_file_name.c_str());
     }
     throw TCLAP::ExitException(2);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <fstream>
+#include <iostream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@
 
 class OmbraOutput : public TCLAP::StdOutput {
 public:
+    // Reports go to `out` unless an output file is opened; errors to `err`.
+    explicit OmbraOutput(std::ostream& out = std::cout, std::ostream& err = std::cerr)
+        : report_stream(&out), standard_out(&out), standard_err(&err) {}
+
     std::ostream& print_header(std::ostream& out);
 
     std::ostream& error();
@@ -44,7 +49,9 @@ private:
     void print_stage_block(std::ostream& out) const;
 
     bool header_printed = false;
-    std::ostream* report_stream = &std::cout;
+    std::ostream* report_stream;
+    std::ostream* standard_out;
+    std::ostream* standard_err;
     std::ofstream out_file;
     std::string out_file_name;
     std::vector<std::vector<TCLAP::Arg*>> exclusive_groups;
