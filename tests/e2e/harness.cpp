@@ -160,12 +160,21 @@ std::string read_file(const std::string& path) {
 
 Install::Install() {
     fs::copy_file(SHADEX_BINARY, binary());
+    fs::copy_file(SHADEX_SUITE_BINARY, suite_binary());
     fs::create_directories(root.file("graphics"));
     fs::create_directories(root.file("opencl"));
 }
 
 RunResult Install::run(const std::vector<std::string>& args, const RunOptions& options) const {
     return run_program(binary(), args, options);
+}
+
+RunResult Install::run_suite(const std::vector<std::string>& args, const RunOptions& options) const {
+    return run_program(suite_binary(), args, options);
+}
+
+RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOptions& options) {
+    return run_program(SHADEX_SUITE_BINARY, args, options);
 }
 
 RunResult run_shadex(const std::vector<std::string>& args, const RunOptions& options) {

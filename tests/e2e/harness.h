@@ -51,7 +51,9 @@ public:
     Install();
     const std::string& dir() const { return root.path(); }
     std::string binary() const { return root.file("shadex"); }
+    std::string suite_binary() const { return root.file("shadex-suite"); }
     RunResult run(const std::vector<std::string>& args, const RunOptions& options = {}) const;
+    RunResult run_suite(const std::vector<std::string>& args, const RunOptions& options = {}) const;
 
 private:
     TempDir root;
@@ -59,3 +61,4 @@ private:
 
 // The shadex of the build tree, with whatever back-ends the build put beside it.
 RunResult run_shadex(const std::vector<std::string>& args, const RunOptions& options = {});
+RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOptions& options = {});

@@ -31,6 +31,8 @@
 //     stat KEY | VALUE              a statistic of the current variant
 //     error TEXT                    an error line
 //     warning TEXT                  a warning line
+//     crash                         the call kills the process (SIGSEGV)
+//     hang                          the call never returns
 //   end
 //
 // The first compile answer whose conditions all hold is used; with none, the
@@ -51,6 +53,8 @@
 // that option is sent; its first bytes are logged with \n, \t, \\ and \xHH
 // escapes. Scenario mistakes are logged as "scenario_error  line N: TEXT".
 #include <dlfcn.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -85,6 +89,8 @@ struct CompileAnswer {
     std::vector<std::pair<std::string, std::string>> option_conditions;
     std::vector<std::string> source_conditions;
     shadex_u32 status = 0;
+    bool crash = false;
+    bool hang = false;
     std::vector<Variant> variants;
     std::vector<std::string> errors;
     std::vector<std::string> warnings;
@@ -200,6 +206,10 @@ void read_answer_line(CompileAnswer& answer, const std::string& word, const std:
         answer.errors.push_back(rest);
     } else if (word == "warning") {
         answer.warnings.push_back(rest);
+    } else if (word == "crash" && rest.empty()) {
+        answer.crash = true;
+    } else if (word == "hang" && rest.empty()) {
+        answer.hang = true;
     } else {
         wrong();
     }
@@ -403,6 +413,8 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
         }
     }
     log_line(line);
+    if (answer && answer->crash) raise(SIGSEGV);
+    while (answer && answer->hang) pause();
     shadex_u32 status = injected_failure(scenario, "compile");
     if (status == 0 && answer && answer->status != 0) {
         status = answer->status;

@@ -1,0 +1,210 @@
+#include "suite/worker_pool.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <deque>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+bool write_all(int fd, const void* data, size_t size) {
+    const char* bytes = static_cast<const char*>(data);
+    while (size > 0) {
+        ssize_t written = write(fd, bytes, size);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        bytes += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+bool read_all(int fd, void* data, size_t size) {
+    char* bytes = static_cast<char*>(data);
+    while (size > 0) {
+        ssize_t got = read(fd, bytes, size);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        bytes += got;
+        size -= static_cast<size_t>(got);
+    }
+    return true;
+}
+
+bool write_text(int fd, const std::string& text) {
+    uint64_t size = text.size();
+    return write_all(fd, &size, sizeof size) && write_all(fd, text.data(), text.size());
+}
+
+bool read_text(int fd, std::string& text) {
+    uint64_t size = 0;
+    if (!read_all(fd, &size, sizeof size)) return false;
+    text.resize(size);
+    return read_all(fd, text.data(), size);
+}
+
+// The worker's side: take a task number, run it, send the outcome back,
+// until the parent closes the pipe.
+[[noreturn]] void serve(int requests, int replies, const std::function<TaskOutcome(size_t)>& task) {
+    // Whatever a back-end prints on its own must not mix with the protocol
+    // or with the reports.
+    int null = open("/dev/null", O_WRONLY);
+    if (null >= 0) dup2(null, STDOUT_FILENO);
+    uint64_t index = 0;
+    while (read_all(requests, &index, sizeof index)) {
+        TaskOutcome outcome = task(static_cast<size_t>(index));
+        int32_t status = outcome.status;
+        if (!write_all(replies, &status, sizeof status) || !write_text(replies, outcome.out) ||
+            !write_text(replies, outcome.err))
+            break;
+    }
+    _exit(0);
+}
+
+struct Worker {
+    pid_t pid = -1;
+    int requests = -1;  // parent writes task numbers
+    int replies = -1;   // parent reads outcomes
+    bool busy = false;
+    size_t task = 0;
+    Clock::time_point deadline;
+};
+
+Worker start_worker(const std::function<TaskOutcome(size_t)>& task, const std::vector<Worker>& others) {
+    int to_worker[2], from_worker[2];
+    if (pipe(to_worker) != 0) throw std::runtime_error("Cannot start a worker: " + std::string(strerror(errno)));
+    if (pipe(from_worker) != 0) {
+        close(to_worker[0]);
+        close(to_worker[1]);
+        throw std::runtime_error("Cannot start a worker: " + std::string(strerror(errno)));
+    }
+    pid_t pid = fork();
+    if (pid < 0) throw std::runtime_error("Cannot start a worker: " + std::string(strerror(errno)));
+    if (pid == 0) {
+        // The other workers' pipes are not this one's business: holding them
+        // open would hide their end from the parent.
+        for (const Worker& other : others) {
+            close(other.requests);
+            close(other.replies);
+        }
+        close(to_worker[1]);
+        close(from_worker[0]);
+        serve(to_worker[0], from_worker[1], task);
+    }
+    close(to_worker[0]);
+    close(from_worker[1]);
+    Worker worker;
+    worker.pid = pid;
+    worker.requests = to_worker[1];
+    worker.replies = from_worker[0];
+    return worker;
+}
+
+// Ends a worker for good and says how it ended.
+std::string stop_worker(Worker& worker, bool kill_it) {
+    if (kill_it) kill(worker.pid, SIGKILL);
+    close(worker.requests);
+    close(worker.replies);
+    int status = 0;
+    while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    worker.pid = -1;
+    if (WIFSIGNALED(status))
+        return "stopped by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
+    return "ended without a result (exit status " + std::to_string(WEXITSTATUS(status)) + ")";
+}
+
+}  // namespace
+
+void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
+                    const std::function<TaskOutcome(size_t)>& task,
+                    const std::function<void(size_t, TaskOutcome)>& done) {
+    // A worker that died must not take the parent with it through a write.
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    struct sigaction previous {};
+    sigaction(SIGPIPE, &ignore, &previous);
+
+    if (workers == 0) workers = 1;
+    if (workers > count) workers = static_cast<unsigned>(count);
+    std::vector<Worker> pool;
+    for (unsigned index = 0; index < workers; ++index) pool.push_back(start_worker(task, pool));
+
+    size_t next = 0, finished = 0;
+    auto assign = [&](Worker& worker) {
+        if (next == count) return;
+        uint64_t index = next;
+        worker.task = next++;
+        worker.busy = true;
+        worker.deadline = limit.count() > 0 ? Clock::now() + limit : Clock::time_point::max();
+        if (!write_all(worker.requests, &index, sizeof index)) {
+            // Dead before it was asked: its reply pipe says so below.
+        }
+    };
+    auto replace = [&](Worker& worker, const std::string& failure) {
+        TaskOutcome outcome;
+        outcome.failure = failure;
+        const size_t failed_task = worker.task;
+        worker.busy = false;
+        std::vector<Worker> others;
+        for (const Worker& other : pool)
+            if (&other != &worker && other.pid > 0) others.push_back(other);
+        worker = start_worker(task, others);
+        ++finished;
+        done(failed_task, std::move(outcome));
+        assign(worker);
+    };
+    for (Worker& worker : pool) assign(worker);
+
+    while (finished < count) {
+        std::vector<pollfd> watched;
+        std::vector<Worker*> owners;
+        Clock::time_point soonest = Clock::time_point::max();
+        for (Worker& worker : pool) {
+            if (!worker.busy) continue;
+            watched.push_back({worker.replies, POLLIN, 0});
+            owners.push_back(&worker);
+            if (worker.deadline < soonest) soonest = worker.deadline;
+        }
+        int wait_ms = -1;
+        if (soonest != Clock::time_point::max()) {
+            auto left = std::chrono::duration_cast<std::chrono::milliseconds>(soonest - Clock::now()).count();
+            wait_ms = left < 0 ? 0 : static_cast<int>(std::min<long long>(left, 60000));
+        }
+        int ready = poll(watched.data(), watched.size(), wait_ms);
+        if (ready < 0 && errno != EINTR) throw std::runtime_error("Waiting for the workers failed: " + std::string(strerror(errno)));
+        for (size_t index = 0; index < watched.size(); ++index) {
+            Worker& worker = *owners[index];
+            if (watched[index].revents != 0) {
+                TaskOutcome outcome;
+                int32_t status = 0;
+                if (read_all(worker.replies, &status, sizeof status) && read_text(worker.replies, outcome.out) &&
+                    read_text(worker.replies, outcome.err)) {
+                    outcome.status = status;
+                    worker.busy = false;
+                    ++finished;
+                    done(worker.task, std::move(outcome));
+                    assign(worker);
+                } else {
+                    replace(worker, stop_worker(worker, true));
+                }
+            } else if (Clock::now() >= worker.deadline) {
+                stop_worker(worker, true);
+                replace(worker, "timed out after " + std::to_string(limit.count()) + " s");
+            }
+        }
+    }
+    for (Worker& worker : pool) stop_worker(worker, false);
+    sigaction(SIGPIPE, &previous, nullptr);
+}
