@@ -2,6 +2,7 @@
 // run; a results document to keep as a baseline; merges of shards.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +17,7 @@
 #include "common/platform.h"
 #include "common/product.h"
 #include "compiler/compiler_manager.h"
+#include "suite/diff.h"
 #include "suite/results.h"
 #include "suite/suite_run.h"
 
@@ -24,6 +26,8 @@ namespace {
 const char* const USAGE =
     "Usage:\n"
     "  shadex-suite run [-c CORE]... [-j N] [-o FILE] [--timeout SECONDS] [--shard K/N] [-q] INPUT...\n"
+    "  shadex-suite diff [--format text|markdown|json] [--threshold PCT] [--metric NAME]... OLD NEW\n"
+    "  shadex-suite check --baseline FILE [--update] [diff options] [run options] INPUT...\n"
     "  shadex-suite merge -o FILE RESULTS...\n"
     "\n"
     "An INPUT is a shader file, a directory (every shader file under it) or @LIST (a file whose\n"
@@ -78,35 +82,123 @@ void summarise(const SuiteRecords& records) {
                  records.size(), clean, errors, refused, failed);
 }
 
-int run_command(std::vector<std::string> args) {
-    TCLAP::CmdLine cmd("Analyse every entry on every requested core; write one results document.", ' ',
-                       product::VERSION);
-    TCLAP::MultiArg<std::string> cores("c", "core", "A core to analyse on (repeatable); all: every core.", false, "CORE", cmd);
-    TCLAP::ValueArg<unsigned> jobs("j", "jobs", "Worker processes (default: the number of CPUs).", false, cpu_count(), "N", cmd);
-    TCLAP::ValueArg<std::string> output("o", "output", "Results file (default: standard output).", false, "", "FILE", cmd);
-    TCLAP::ValueArg<unsigned> timeout("", "timeout", "Time limit of one run, in seconds (0: none; default 300).", false, 300, "SECONDS", cmd);
-    TCLAP::ValueArg<std::string> shard("", "shard", "Analyse only the K-th of N stable shares of the entries.", false, "1/1", "K/N", cmd);
-    TCLAP::SwitchArg quiet("q", "quiet", "No progress line and no summary.", cmd);
-    TCLAP::UnlabeledMultiArg<std::string> inputs("inputs", "Shader files, directories and @LIST files.", true, "INPUT", cmd);
-    cmd.setExceptionHandling(false);
-    cmd.parse(args);
+// The options of a run, declared on a command line (run and check share them).
+struct RunArgs {
+    TCLAP::MultiArg<std::string> cores;
+    TCLAP::ValueArg<unsigned> jobs;
+    TCLAP::ValueArg<unsigned> timeout;
+    TCLAP::ValueArg<std::string> shard;
+    TCLAP::SwitchArg quiet;
+    TCLAP::UnlabeledMultiArg<std::string> inputs;
 
-    CompilerManager manager(get_executable_dir());
-    RunSettings settings;
-    settings.cores = cores.getValue();
-    settings.jobs = jobs.getValue() == 0 ? 1 : jobs.getValue();
-    settings.timeout = std::chrono::seconds(timeout.getValue());
-    settings.progress = !quiet.getValue() && isatty(STDERR_FILENO);
-    settings.inputs = inputs.getValue();
+    explicit RunArgs(TCLAP::CmdLine& cmd)
+        : cores("c", "core", "A core to analyse on (repeatable); all: every core.", false, "CORE", cmd),
+          jobs("j", "jobs", "Worker processes (default: the number of CPUs).", false, cpu_count(), "N", cmd),
+          timeout("", "timeout", "Time limit of one run, in seconds (0: none; default 300).", false, 300, "SECONDS", cmd),
+          shard("", "shard", "Analyse only the K-th of N stable shares of the entries.", false, "1/1", "K/N", cmd),
+          quiet("q", "quiet", "No progress line and no summary.", cmd),
+          inputs("inputs", "Shader files, directories and @LIST files.", true, "INPUT", cmd) {}
+
+    SuiteRecords run() const {
+        CompilerManager manager(get_executable_dir());
+        RunSettings settings;
+        settings.cores = cores.getValue();
+        settings.jobs = jobs.getValue() == 0 ? 1 : jobs.getValue();
+        settings.timeout = std::chrono::seconds(timeout.getValue());
+        settings.progress = !quiet.getValue() && isatty(STDERR_FILENO);
+        settings.inputs = inputs.getValue();
+        try {
+            settings.shard = parse_shard(shard.getValue());
+            SuiteRecords records = run_suite(settings, manager);
+            if (!quiet.getValue()) summarise(records);
+            return records;
+        } catch (const std::invalid_argument& problem) {
+            throw UsageError(problem.what());
+        }
+    }
+};
+
+// The options of a comparison (diff and check share them).
+struct DiffArgs {
+    std::vector<std::string> format_words{"text", "markdown", "json"};
+    TCLAP::ValuesConstraint<std::string> format_constraint{format_words};
+    TCLAP::ValueArg<std::string> format;
+    TCLAP::ValueArg<double> threshold;
+    TCLAP::MultiArg<std::string> metrics;
+
+    explicit DiffArgs(TCLAP::CmdLine& cmd)
+        : format("", "format", "How to print the comparison.", false, "text", &format_constraint, cmd),
+          threshold("", "threshold", "Percent a change must exceed to count (default 0).", false, 0, "PCT", cmd),
+          metrics("", "metric", "Compare only this metric (repeatable).", false, "NAME", cmd) {}
+
+    // Prints the comparison; the exit status says whether anything regressed.
+    int compare(const SuiteRecords& before, const SuiteRecords& after) const {
+        DiffSettings settings;
+        settings.threshold = threshold.getValue();
+        const std::vector<std::string>& known = diff_metric_names();
+        for (const std::string& metric : metrics.getValue()) {
+            if (std::find(known.begin(), known.end(), metric) == known.end()) {
+                std::string list;
+                for (const std::string& name : known) list += (list.empty() ? "" : ", ") + name;
+                throw UsageError("Unknown metric " + metric + "; the metrics are " + list + ".");
+            }
+            settings.metrics.insert(metric);
+        }
+        SuiteDiff diff = diff_results(before, after, settings);
+        if (format.getValue() == "markdown")
+            print_diff_markdown(std::cout, diff);
+        else if (format.getValue() == "json")
+            print_diff_json(std::cout, diff);
+        else
+            print_diff_text(std::cout, diff);
+        return diff.regressed() ? 1 : 0;
+    }
+};
+
+SuiteRecords read_or_refuse(const std::string& path) {
     try {
-        settings.shard = parse_shard(shard.getValue());
-        SuiteRecords records = run_suite(settings, manager);
-        write_document(output.getValue(), records);
-        if (!quiet.getValue()) summarise(records);
+        return read_results(path);
     } catch (const std::invalid_argument& problem) {
         throw UsageError(problem.what());
     }
+}
+
+int run_command(std::vector<std::string> args) {
+    TCLAP::CmdLine cmd("Analyse every entry on every requested core; write one results document.", ' ',
+                       product::VERSION);
+    TCLAP::ValueArg<std::string> output("o", "output", "Results file (default: standard output).", false, "", "FILE", cmd);
+    RunArgs run(cmd);
+    cmd.setExceptionHandling(false);
+    cmd.parse(args);
+    write_document(output.getValue(), run.run());
     return 0;
+}
+
+int diff_command(std::vector<std::string> args) {
+    TCLAP::CmdLine cmd("Compare two results documents run by run.", ' ', product::VERSION);
+    DiffArgs diff(cmd);
+    TCLAP::UnlabeledValueArg<std::string> before("old", "The earlier results.", true, "", "OLD", cmd);
+    TCLAP::UnlabeledValueArg<std::string> after("new", "The later results.", true, "", "NEW", cmd);
+    cmd.setExceptionHandling(false);
+    cmd.parse(args);
+    return diff.compare(read_or_refuse(before.getValue()), read_or_refuse(after.getValue()));
+}
+
+int check_command(std::vector<std::string> args) {
+    TCLAP::CmdLine cmd("Run, then compare with a baseline (or bless the run as the new baseline).", ' ',
+                       product::VERSION);
+    TCLAP::ValueArg<std::string> baseline("", "baseline", "The blessed results document.", true, "", "FILE", cmd);
+    TCLAP::SwitchArg update("", "update", "Write this run's results to the baseline instead of comparing.", cmd);
+    DiffArgs diff(cmd);
+    RunArgs run(cmd);
+    cmd.setExceptionHandling(false);
+    cmd.parse(args);
+    if (update.getValue()) {
+        write_document(baseline.getValue(), run.run());
+        return 0;
+    }
+    const SuiteRecords before = read_or_refuse(baseline.getValue());
+    return diff.compare(before, run.run());
 }
 
 int merge_command(std::vector<std::string> args) {
@@ -139,6 +231,8 @@ int main(int argc, char** argv) {
     try {
         if (command == "run") return run_command(args);
         if (command == "merge") return merge_command(args);
+        if (command == "diff") return diff_command(args);
+        if (command == "check") return check_command(args);
         std::cerr << "shadex-suite: unknown command " << command << "\n\n" << USAGE;
         return 2;
     } catch (TCLAP::ExitException& exit) {
