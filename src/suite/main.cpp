@@ -19,13 +19,15 @@
 #include "compiler/compiler_manager.h"
 #include "suite/diff.h"
 #include "suite/results.h"
+#include "suite/sarif.h"
 #include "suite/suite_run.h"
 
 namespace {
 
 const char* const USAGE =
     "Usage:\n"
-    "  shadex-suite run [-c CORE]... [-j N] [-o FILE] [--timeout SECONDS] [--shard K/N] [-q] INPUT...\n"
+    "  shadex-suite run [-c CORE]... [-j N] [-o FILE] [--timeout SECONDS] [--shard K/N] [--sarif FILE] [-q]\n"
+    "                   INPUT...\n"
     "  shadex-suite diff [--format text|markdown|json] [--threshold PCT] [--metric NAME]... OLD NEW\n"
     "  shadex-suite check --baseline FILE [--update] [diff options] [run options] INPUT...\n"
     "  shadex-suite merge -o FILE RESULTS...\n"
@@ -38,25 +40,29 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Writes through a temporary file beside the target, so that an interrupted
-// run never leaves half a document where a baseline was.
+// A regular file is written beside the target first and renamed into place,
+// so that an interrupted run never leaves half a document where a baseline
+// was; anything else (a terminal, /dev/null, a pipe) is written directly.
 void write_document(const std::string& path, const SuiteRecords& records) {
     if (path.empty() || path == "-") {
         write_results(std::cout, records);
         if (!std::cout.flush()) throw std::runtime_error("Could not write the results to standard output.");
         return;
     }
-    const std::string partial = path + ".partial";
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    const bool replace = !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+    const std::string target = replace ? path + ".partial" : path;
     {
-        std::ofstream file(partial, std::ios::binary | std::ios::trunc);
+        std::ofstream file(target, std::ios::binary | std::ios::trunc);
         if (!file) throw std::runtime_error("Could not create output file: " + path);
         write_results(file, records);
         if (!file.flush()) throw std::runtime_error("Could not write output file: " + path);
     }
-    std::error_code error;
-    std::filesystem::rename(partial, path, error);
+    if (!replace) return;
+    std::filesystem::rename(target, path, error);
     if (error) {
-        std::filesystem::remove(partial, error);
+        std::filesystem::remove(target, error);
         throw std::runtime_error("Could not write output file: " + path);
     }
 }
@@ -88,6 +94,7 @@ struct RunArgs {
     TCLAP::ValueArg<unsigned> jobs;
     TCLAP::ValueArg<unsigned> timeout;
     TCLAP::ValueArg<std::string> shard;
+    TCLAP::ValueArg<std::string> sarif;
     TCLAP::SwitchArg quiet;
     TCLAP::UnlabeledMultiArg<std::string> inputs;
 
@@ -96,6 +103,7 @@ struct RunArgs {
           jobs("j", "jobs", "Worker processes (default: the number of CPUs).", false, cpu_count(), "N", cmd),
           timeout("", "timeout", "Time limit of one run, in seconds (0: none; default 300).", false, 300, "SECONDS", cmd),
           shard("", "shard", "Analyse only the K-th of N stable shares of the entries.", false, "1/1", "K/N", cmd),
+          sarif("", "sarif", "Also write the findings as SARIF 2.1.0 to FILE.", false, "", "FILE", cmd),
           quiet("q", "quiet", "No progress line and no summary.", cmd),
           inputs("inputs", "Shader files, directories and @LIST files.", true, "INPUT", cmd) {}
 
@@ -109,7 +117,13 @@ struct RunArgs {
         settings.inputs = inputs.getValue();
         try {
             settings.shard = parse_shard(shard.getValue());
-            SuiteRecords records = run_suite(settings, manager);
+            std::vector<SuiteEntry> entries;
+            SuiteRecords records = run_suite(settings, manager, &entries);
+            if (!sarif.getValue().empty()) {
+                std::ofstream file(sarif.getValue(), std::ios::binary | std::ios::trunc);
+                if (file) write_sarif(file, entries, records);
+                if (!file || !file.flush()) throw std::runtime_error("Could not write " + sarif.getValue());
+            }
             if (!quiet.getValue()) summarise(records);
             return records;
         } catch (const std::invalid_argument& problem) {

@@ -77,8 +77,10 @@ std::string error_message(const std::string& err) {
     return text;
 }
 
+void sort_records(SuiteRecords& records) { std::stable_sort(records.begin(), records.end(), record_before); }
+
 void write_results(std::ostream& out, SuiteRecords records) {
-    std::stable_sort(records.begin(), records.end(), record_before);
+    sort_records(records);
     json schema = {{"name", SCHEMA_NAME}, {"version", SCHEMA_VERSION}};
     // Keys in byte order, as in every report: producer, records, schema.
     out << "{\"producer\":" << dump(get_json_producer_header()) << ",\"records\":[";

@@ -25,6 +25,9 @@ nlohmann::json refused_record(const SuiteEntry& entry, const std::string& core);
 // What shadex printed on its error stream, as one line: no header, no usage.
 std::string error_message(const std::string& err);
 
+// By id, then core: the order of every document and listing.
+void sort_records(SuiteRecords& records);
+
 // Sorts the records and writes the whole document.
 void write_results(std::ostream& out, SuiteRecords records);
 

@@ -89,7 +89,8 @@ std::vector<std::string> shadex_arguments(const SuiteEntry& entry, const std::st
     return args;
 }
 
-SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager) {
+SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager,
+                       std::vector<SuiteEntry>* entries_run) {
     const std::vector<std::string> cores = resolve_cores(settings.cores, manager);
     std::vector<SuiteEntry> entries;
     for (SuiteEntry& entry : collect_entries(settings.inputs))
@@ -129,5 +130,7 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager) {
         progress.update(!outcome.failure.empty() || outcome.status != 0);
         records.push_back(make_record(runs[index].entry->id, runs[index].core, outcome));
     });
+    if (entries_run) *entries_run = std::move(entries);
+    sort_records(records);
     return records;
 }

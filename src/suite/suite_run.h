@@ -38,4 +38,6 @@ std::vector<std::string> resolve_cores(const std::vector<std::string>& requested
 // The shadex command line of one run (the program name first).
 std::vector<std::string> shadex_arguments(const SuiteEntry& entry, const std::string& core);
 
-SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager);
+// The records of every run; `entries` (when given) receives the entries run.
+SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager,
+                       std::vector<SuiteEntry>* entries_run = nullptr);

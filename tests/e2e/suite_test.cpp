@@ -136,6 +136,9 @@ TEST(Suite, ShardsMergeIntoTheWholeRun) {
     };
     RunResult whole = run_shadex_suite(run);
     ASSERT_EQ(whole.status, 0) << whole.err;
+    // A device named as the output is written to, never replaced.
+    ASSERT_EQ(run_shadex_suite(with({"-o", "/dev/null"})).status, 0);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     std::vector<std::string> merge = {"merge", "-o", files.file("merged.json")};
     size_t records = 0;
     for (const char* shard : {"1/3", "2/3", "3/3"}) {
@@ -161,6 +164,80 @@ TEST(Suite, ShardsMergeIntoTheWholeRun) {
         EXPECT_EQ(result.status, 2) << message;
         EXPECT_TRUE(contains(result.err, message)) << result.err;
     }
+}
+
+TEST(Suite, CheckGatesOnWhatGotWorseAgainstTheBaseline) {
+    TempDir files;
+    const std::string shader = "#version 300 es\nprecision mediump float;\nin vec2 v;\nout vec4 c;\n"
+                               "void main() { c = vec4(v, 0.0, 1.0)WORK; }\n";
+    auto write = [&](const std::string& name, const std::string& work) {
+        std::string text = shader;
+        text.replace(text.find("WORK"), 4, work);
+        files.write("set/" + name, text);
+    };
+    write("a.frag", "");
+    write("b.frag", " * 2.0");
+    RunOptions here;
+    here.working_dir = files.path();
+    auto check = [&](std::vector<std::string> extra) {
+        std::vector<std::string> args = {"check", "-q", "--baseline", "base.json", "-c", "Koro-N68"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        args.push_back("set");
+        return run_shadex_suite(args, here);
+    };
+    ASSERT_EQ(check({"--update"}).status, 0);
+    RunResult same = check({});
+    EXPECT_EQ(same.status, 0) << same.out << same.err;
+    EXPECT_TRUE(contains(same.out, "2 runs compared: 0 hurt, 0 helped, 2 unchanged")) << same.out;
+
+    write("a.frag", " * pow(v.x, 3.7) * exp(v.y) * sin(v.x)");
+    RunResult hurt = check({});
+    EXPECT_EQ(hurt.status, 1) << hurt.out;
+    EXPECT_TRUE(contains(hurt.out, "Hurt (worst first):\n  set/a.frag on Koro-N68\n")) << hurt.out;
+    EXPECT_TRUE(contains(hurt.out, "total_cycles[arith_sfu]: 0 -> ")) << hurt.out;
+    EXPECT_EQ(check({"--threshold", "100000"}).status, 1);  // from zero is more than any threshold
+    EXPECT_EQ(check({"--metric", "stack_size"}).status, 0);
+    EXPECT_TRUE(contains(check({"--format", "markdown"}).out, "### Hurt (1)\n\n- `set/a.frag` on Koro-N68\n"));
+
+    // The reverse comparison helps; a shader that stops compiling newly fails; one more is added.
+    ASSERT_EQ(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "-o", "new.json", "set"}, here).status, 0);
+    RunResult helped = run_shadex_suite({"diff", "new.json", "base.json"}, here);
+    EXPECT_EQ(helped.status, 0);
+    EXPECT_TRUE(contains(helped.out, "0 hurt, 1 helped")) << helped.out;
+    write("b.frag", " * undefined_thing");
+    write("c.frag", "");
+    RunResult failing = check({});
+    EXPECT_EQ(failing.status, 1);
+    EXPECT_TRUE(contains(failing.out, "1 added, 0 removed, 1 newly failing")) << failing.out;
+    EXPECT_TRUE(contains(failing.out, "Newly failing:\n  set/b.frag on Koro-N68: 0:5: 'undefined_thing'")) << failing.out;
+
+    files.write("not-results.json", "{}");
+    RunResult unusable = run_shadex_suite({"diff", "base.json", "not-results.json"}, here);
+    EXPECT_EQ(unusable.status, 2);
+    EXPECT_TRUE(contains(unusable.err, "not-results.json is not a shadex-suite results document")) << unusable.err;
+}
+
+TEST(Suite, SarifPutsEachFindingAtItsFileAndLine) {
+    TempDir files;
+    files.write("a.frag", "#version 300 es\nprecision mediump float;\n");
+    files.write("b.frag", "out vec4 c;\nvoid main() { c = vec4(missing); }\n");
+    files.write("list.txt", "-f a.frag b.frag\n-c Koro-N68 a.frag\n");
+    RunOptions here;
+    here.working_dir = files.path();
+    ASSERT_EQ(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "--sarif", "out.sarif", "-o", "r.json", "@list.txt"}, here).status, 0);
+    json sarif = json::parse(read_file(files.file("out.sarif")));
+    EXPECT_EQ(sarif["version"], "2.1.0");
+    std::vector<std::string> found;
+    for (const json& result : sarif["runs"][0]["results"]) {
+        std::string where = "-";
+        if (result.contains("locations")) {
+            const json& physical = result["locations"][0]["physicalLocation"];
+            where = physical["artifactLocation"]["uri"].get<std::string>();
+            if (physical.contains("region")) where += ":" + std::to_string(physical["region"]["startLine"].get<int>());
+        }
+        found.push_back(result["ruleId"].get<std::string>() + " " + where);
+    }
+    EXPECT_EQ(found, (std::vector<std::string>{"run-failure a.frag", "compile-error b.frag:2"})) << sarif.dump(1);
 }
 
 }  // namespace
