@@ -11,10 +11,16 @@ GOALS = [
     ("max_ratio", "worst shadex/validator, any GLSL file", 4.0, "", "<="),
     ("largest_shader_peak_mb", "peak memory, largest corpus shader", 100.0, "MB", "<"),
     ("scaling_100x", "time at 100x size / time at 1x", 150.0, "", "<="),
+    ("suite_corpus_s", "shadex-suite, whole corpus on one core", 10.0, "s", "<"),
+    ("suite_speedup", "shadex-suite files/s over one shadex per file", 10.0, "", ">="),
+    ("suite_peak_mb", "shadex-suite peak memory of a worker, corpus 5x", 150.0, "MB", "<"),
+    ("suite_peak_growth", "shadex-suite peak at 5x / at 1x", 1.2, "", "<="),
 ]
 
 
 def holds(measured, limit, comparison):
+    if comparison == ">=":
+        return measured >= limit
     return measured < limit if comparison == "<" else measured <= limit
 
 

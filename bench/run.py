@@ -19,6 +19,7 @@ import json
 import os
 import platform
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -74,6 +75,7 @@ def progress(text):
 class Bench:
     def __init__(self, arguments):
         self.shadex = os.path.abspath(arguments.shadex)
+        self.suite = os.path.join(os.path.dirname(self.shadex), "shadex-suite")
         validator = os.path.join(os.path.dirname(self.shadex), "external", "glslang")
         self.validator = validator if os.access(validator, os.X_OK) else None
         self.corpus = os.path.abspath(arguments.corpus)
@@ -205,6 +207,53 @@ class Bench:
             "cpu_s": round(sum(run.cpu for run in runs), 2), "outcomes": outcomes, "per_file": files,
         }
 
+    # The same files through shadex-suite ----------------------------------
+
+    def suite_list(self, programs, copies):
+        """A list file with one line per program (absolute paths), `copies` times."""
+        path = os.path.join(self.scratch.name, "suite-%d.txt" % copies)
+        with open(path, "w", encoding="utf-8") as listing:
+            for _ in range(copies):
+                for program in programs:
+                    argv, cwd = corpus_files.shadex_command(self.shadex, program)
+                    argv = [arg for arg in argv[1:] if arg not in ("--core", program.core)]
+                    argv[-1] = os.path.join(cwd, argv[-1])
+                    listing.write(" ".join(shlex.quote(arg) for arg in argv) + "\n")
+        return path
+
+    def run_suite(self):
+        if not self.wanted("suite") or not self.has_corpus() or not os.access(self.suite, os.X_OK):
+            return
+        programs = [program for program in corpus_files.throughput_programs(self.corpus)
+                    if program.core == corpus_files.DEFAULT_CORE]
+        rows = {}
+        for copies in (1, 5):
+            listing = self.suite_list(programs, copies)
+            progress("suite: %d corpus files x %d, %d workers" % (len(programs), copies, self.jobs))
+            argv = [self.suite, "run", "-q", "-j", str(self.jobs), "-c", corpus_files.DEFAULT_CORE,
+                    "-o", os.path.join(self.scratch.name, "suite.json"), "@" + listing]
+            run = measure.run_once(argv, None, self.timeout * 10)
+            rows[copies] = {"runs": len(programs) * copies, "elapsed_s": round(run.wall, 2),
+                            "runs_per_s": round(len(programs) * copies / run.wall, 1),
+                            "peak_mb": round(run.peak_kb / 1024, 1)}
+        by_api = {}
+        for api in ("gles", "vulkan", "opencl"):
+            chosen = [program for program in programs if program.api == api]
+            if not chosen:
+                continue
+            argv = [self.suite, "run", "-q", "-j", str(self.jobs), "-c", corpus_files.DEFAULT_CORE,
+                    "-o", os.path.join(self.scratch.name, "suite.json"), "@" + self.suite_list(chosen, 1)]
+            run = measure.run_once(argv, None, self.timeout * 10)
+            by_api[api] = {"runs": len(chosen), "elapsed_s": round(run.wall, 2),
+                           "runs_per_s": round(len(chosen) / run.wall, 1)}
+        self.results["suite"] = {"jobs": self.jobs, "whole": rows[1], "repeated_5x": rows[5], "by_api": by_api}
+        self.figures["suite_corpus_s"] = rows[1]["elapsed_s"]
+        self.figures["suite_peak_mb"] = rows[5]["peak_mb"]
+        self.figures["suite_peak_growth"] = rows[5]["peak_mb"] / max(rows[1]["peak_mb"], 0.1)
+        per_process = self.results.get("throughput", {}).get("files_per_s")
+        if per_process:
+            self.figures["suite_speedup"] = rows[1]["runs_per_s"] / per_process
+
     # Scaling -------------------------------------------------------------
 
     def run_scaling(self):
@@ -310,6 +359,14 @@ def print_report(bench, goal_rows, load_before, load_after):
         slowest = sorted(throughput["per_file"], key=lambda row: -row["wall_ms"])[:5]
         print("  slowest: " + "; ".join("%s %.0f ms" % (row["name"], row["wall_ms"]) for row in slowest))
 
+    suite = results.get("suite")
+    if suite:
+        print("\nshadex-suite over the same files on %s, %d workers" % (corpus_files.DEFAULT_CORE, suite["jobs"]))
+        for label, row in (("once", suite["whole"]), ("5 times", suite["repeated_5x"])):
+            print("  %s: %d runs in %.1f s, %.1f runs/s, peak %.1f MB" % (
+                label, row["runs"], row["elapsed_s"], row["runs_per_s"], row["peak_mb"]))
+        print("  by API: " + "; ".join("%s %.1f runs/s" % (api, row["runs_per_s"]) for api, row in suite["by_api"].items()))
+
     if results.get("largest_peak") or results.get("largest_shader"):
         print("\nPeak resident memory (largest process of a run's tree)")
         if results.get("largest_peak"):
@@ -347,6 +404,7 @@ def main():
         bench.run_startup()
         bench.run_compiles()
         bench.run_throughput()
+        bench.run_suite()
         bench.run_scaling()
     bench.summarise_memory()
     load_after = os.getloadavg()[0]
