@@ -11,7 +11,7 @@ DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json
                 libclang-rt-14-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build test run sweep install clean bench fuzz fuzz-replay check-asan
+.PHONY: all deps build test run sweep install package clean bench fuzz fuzz-replay check-asan
 
 all: build
 
@@ -63,13 +63,12 @@ fuzz-replay: deps
 check-asan: deps
 	tools/check-asan.sh
 
-# The prefix is configured in, so that reports link to the installed docs.
-install: $(BUILD_DIR)/build.ninja
-	cmake -S . -B $(BUILD_DIR) -DCMAKE_INSTALL_PREFIX=$(abspath $(PREFIX))
-	cmake --build $(BUILD_DIR)
-	cmake --install $(BUILD_DIR)
-	mkdir -p $(PREFIX)/bin
-	ln -sfn ../lib/shadex/shadex $(PREFIX)/bin/shadex
+install: build
+	cmake --install $(BUILD_DIR) --prefix $(abspath $(PREFIX))
+
+# The Debian package (CPack): $(BUILD_DIR)/shadex_<version>_amd64.deb.
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD_DIR)

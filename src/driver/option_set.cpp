@@ -87,6 +87,7 @@ OptionSet::OptionSet(OmbraOutput& out)
         &ray_intersection, &ray_miss, &ray_callable, &spirv, &list, &info, &output, &input_files,
         &defines, &sconsts, &core, &name, &detailed, &format, &include_dirs};
     for (TCLAP::Arg* arg : order) cmd.add(arg);
+    declaration_order = order;
     cmd.setOutput(&out);
     // Destructors of locals must run on every exit path, so main handles
     // TCLAP's exceptions itself.

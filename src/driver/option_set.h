@@ -38,6 +38,9 @@ public:
     // First stage switch set, in the fixed precedence order; None if none is.
     SourceType explicit_stage() const;
 
+    // Every option in usage order.
+    const std::vector<TCLAP::Arg*>& declared() const { return declaration_order; }
+
     TCLAP::CmdLine cmd;
     TCLAP::SwitchArg opengles;
     TCLAP::SwitchArg vulkan;
@@ -69,4 +72,7 @@ public:
     TCLAP::ValuesConstraint<ReportFormat> format_constraint;
     TCLAP::ValueArg<ReportFormat> format;
     TCLAP::MultiArg<std::string> include_dirs;
+
+private:
+    std::vector<TCLAP::Arg*> declaration_order;
 };

@@ -1,5 +1,8 @@
 #include "report/json_report.h"
 
+#include <filesystem>
+
+#include "common/platform.h"
 #include "common/product.h"
 #include "common/text.h"
 #include "report/perf_table.h"
@@ -8,12 +11,31 @@
 
 using nlohmann::json;
 
-// The build may point this at the installed documentation of its own prefix.
-#ifdef SHADEX_DOC_URL
-const std::string LATEST_DOC = SHADEX_DOC_URL;
-#else
-const std::string LATEST_DOC = "file:///usr/local/share/doc/shadex/README.md";
+// Where the build puts the documentation: relative to the installed
+// executable, and the checkout of a development build.
+#ifndef SHADEX_DOC_FROM_EXECUTABLE
+#define SHADEX_DOC_FROM_EXECUTABLE "../../share/doc/shadex"
 #endif
+#ifndef SHADEX_SOURCE_README
+#define SHADEX_SOURCE_README ""
+#endif
+
+namespace {
+
+// The README of the tree this executable was installed in, wherever that
+// tree was copied; for a development build, its own checkout's README.
+std::string documentation_link() {
+    std::error_code error;
+    const std::string dir = get_executable_dir();
+    if (!dir.empty()) {
+        auto installed = (std::filesystem::path(dir) / SHADEX_DOC_FROM_EXECUTABLE / "README.md").lexically_normal();
+        if (std::filesystem::is_regular_file(installed, error)) return "file://" + installed.string();
+    }
+    if (std::filesystem::is_regular_file(SHADEX_SOURCE_README, error)) return std::string("file://") + SHADEX_SOURCE_README;
+    return "file:///usr/share/doc/shadex/README.md";
+}
+
+}  // namespace
 
 namespace {
 
@@ -140,7 +162,8 @@ json get_json_producer_header() {
     producer["version"] =
         json::array({product::VERSION_MAJOR, product::VERSION_MINOR, product::VERSION_PATCH});
     producer["build"] = product::BUILD;
-    producer["documentation"] = LATEST_DOC;
+    static const std::string link = documentation_link();
+    producer["documentation"] = link;
     return producer;
 }
 

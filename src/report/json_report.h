@@ -11,8 +11,6 @@
 #include "common/vocabulary.h"
 #include "output/compile_output.h"
 
-// Where the installed documentation lives; named in every JSON document.
-extern const std::string LATEST_DOC;
 
 // Compact, keys in byte order, one line and a flush. Bytes that are not valid
 // UTF-8 (a file name, a back-end message) are replaced instead of throwing.

@@ -16,7 +16,7 @@ TEST(CoreList, EmptyCatalogue) {
               "\nUse \"shadex --info --core <name>\" to get details about a specific GPU.\n");
     print_available_cores(json, manager, ReportFormat::Json);
     EXPECT_EQ(json.str(), R"({"cores":[],"producer":{"build":"73b41e","documentation":")" +
-                              LATEST_DOC +
+                              get_json_producer_header()["documentation"].get<std::string>() +
                               R"(","name":"Koro Offline Compiler","version":[8,8,1]},)"
                               R"("schema":{"name":"list","version":0}})"
                               "\n");
