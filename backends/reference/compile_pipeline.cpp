@@ -112,12 +112,16 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
 // What glslang makes of OpenGL ES is trusted as it is: it breaks rules that
 // only matter to other APIs (loose boolean uniforms, blocks without offsets)
 // and never reaches a driver that would check them. Other modules are
-// validated; the answer is whether the optimiser can read the module.
-bool validate(Api api, const std::vector<uint32_t>& module, CompileResult& result) {
+// validated, Vulkan ones under the Vulkan rules of what the core runs (or of
+// the module's version, when that is newer and refused later); the answer is
+// whether the optimiser can read the module.
+bool validate(Api api, const std::vector<uint32_t>& module, const CoreFeatures& features, CompileResult& result) {
     if (api == Api::OpenGLES) return true;
+    const uint32_t vulkan_version = std::max<uint32_t>(module_version(module),
+                                                       static_cast<uint32_t>(highest_version(features.spirv_versions)));
     const spv_target_env environment =
-        api == Api::Vulkan ? universal_environment(module_version(module)) : environment_for(api, module);
-    Validation validation = validate_module(module, environment);
+        api == Api::Vulkan ? vulkan_environment(vulkan_version) : environment_for(api, module);
+    Validation validation = validate_module(module, environment, layout_relaxations(module));
     if (validation.rule_relaxed_since_validator) {
         result.warnings.push_back("The module uses 16-bit derivatives, which this compiler's validator "
                                   "does not know yet; it was analysed without validation");
@@ -170,7 +174,9 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
                                 " levels are supported");
         return result;
     }
-    const bool optimise = validate(api, module, result);
+    append(result.errors, unsupported_constructs(module, core));
+    if (!result.errors.empty()) return result;
+    const bool optimise = validate(api, module, features, result);
     if (!result.errors.empty()) return result;
     append(result.errors, unsupported_module_features(api, module, core, features));
     const std::string entry_point = choose_entry_point(module, api, options.stage, options, result.errors);

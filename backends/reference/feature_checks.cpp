@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include "spirv_module_info.h"
 
 namespace reference {
@@ -78,6 +80,18 @@ std::vector<std::string> unsupported_module_features(Api api, const std::vector<
             problems.push_back(core.name + " does not support ray queries");
     }
     return problems;
+}
+
+std::vector<std::string> unsupported_constructs(const std::vector<uint32_t>& module, const CoreInfo& core) {
+    bool lod_write = false;
+    for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
+        // OpImageWrite Image Coordinate Texel [ImageOperands ...]
+        if (opcode == static_cast<uint32_t>(spv::Op::OpImageWrite) && end - first > 4 &&
+            (module[first + 4] & spv::ImageOperandsLodMask))
+            lod_write = true;
+    });
+    if (!lod_write) return {};
+    return {"Image writes with a level of detail (cl_khr_mipmap_image_writes) are not supported by " + core.name};
 }
 
 }  // namespace reference

@@ -23,6 +23,11 @@ std::string unsupported_request(Api api, Stage stage, int opencl_version, const 
 std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module,
                                                      const CoreInfo& core, const CoreFeatures& features);
 
+// What the module does that no core can run, found before validation so that
+// it is said plainly: an image write with a level of detail (no core offers
+// mipmap image writes). One line each.
+std::vector<std::string> unsupported_constructs(const std::vector<uint32_t>& module, const CoreInfo& core);
+
 // "1.3" for 130.
 std::string version_text(int hundredths);
 

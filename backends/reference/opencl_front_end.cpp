@@ -132,7 +132,7 @@ public:
         }
 
         write_file(directory_.file("repaired.ll"),
-                   replace_freeze_instructions(read_file(directory_.file("program.ll"))));
+                   splat_select_conditions(replace_freeze_instructions(read_file(directory_.file("program.ll")))));
         run = run_tool({CLANG, "-c", "-target", "spir64", "-emit-llvm", "-x", "ir", "repaired.ll", "-o",
                         "program.bc"},
                        output);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -177,6 +178,33 @@ std::string replace_freeze_instructions(const std::string& llvm_assembly) {
                 bool named_aggregate = type[0] == '%' && type.back() != '*';
                 if (!named_aggregate) line = line.substr(0, at) + " = bitcast " + operands + " to " + type;
             }
+        }
+        result += line;
+        result += '\n';
+    }
+    return result;
+}
+
+std::string splat_select_conditions(const std::string& llvm_assembly) {
+    // "  %r = select [flags] i1 COND, <N x T> A, <N x T> B"
+    static const std::regex SCALAR_SELECT(R"(^(\s*)(%[-a-zA-Z$._0-9]+) = select ((?:[a-z]+ )*)i1 ([^,]+), <(\d+) x (.*)$)");
+    std::istringstream lines(llvm_assembly);
+    std::string result;
+    result.reserve(llvm_assembly.size());
+    std::string line;
+    size_t splats = 0;
+    while (std::getline(lines, line)) {
+        std::smatch select;
+        if (std::regex_match(line, select, SCALAR_SELECT)) {
+            const std::string indent = select[1], lanes = select[5];
+            const std::string vector = "<" + lanes + " x i1>";
+            const std::string one = "%shadex.condition." + std::to_string(splats);
+            const std::string all = "%shadex.splat." + std::to_string(splats++);
+            result += indent + one + " = insertelement " + vector + " undef, i1 " + select[4].str() + ", i32 0\n";
+            result += indent + all + " = shufflevector " + vector + " " + one + ", " + vector + " undef, <" + lanes +
+                      " x i32> zeroinitializer\n";
+            line = indent + select[2].str() + " = select " + select[3].str() + vector + " " + all + ", <" + lanes +
+                   " x " + select[6].str();
         }
         result += line;
         result += '\n';

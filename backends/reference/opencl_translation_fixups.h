@@ -17,6 +17,11 @@ namespace reference {
 // estimate depends on.
 std::string replace_freeze_instructions(const std::string& llvm_assembly);
 
+// LLVM assembly where a select between vectors on one i1 condition selects
+// on that condition repeated in every lane: LLVM allows the scalar form,
+// SPIR-V before 1.4 does not, and the translator copies it through.
+std::string splat_select_conditions(const std::string& llvm_assembly);
+
 // Reorders the blocks of every function so that each block comes after its
 // dominators (reverse post-order from the entry; unreachable blocks last).
 // Throws std::runtime_error for a malformed module.

@@ -2,6 +2,10 @@
 
 #include <spirv-tools/libspirv.hpp>
 
+#include <algorithm>
+
+#include "spirv_module_info.h"
+
 namespace reference {
 
 namespace {
@@ -87,26 +91,64 @@ spv_target_env opencl_environment(uint32_t spirv_version) {
 
 spv_target_env opengles_environment() { return SPV_ENV_UNIVERSAL_1_3; }
 
-Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment) {
-    Validation validation;
+LayoutRelaxations layout_relaxations(const std::vector<uint32_t>& module) {
+    LayoutRelaxations relaxations;
+    const std::vector<std::string> extensions = source_declaration(module).extensions;
+    relaxations.scalar_block_layout =
+        std::find(extensions.begin(), extensions.end(), "GL_EXT_scalar_block_layout") != extensions.end();
+    return relaxations;
+}
+
+namespace {
+
+struct Run {
+    std::vector<std::string> errors;
     bool all_unknown_numbers = true;
     bool all_relaxed_rules = true;
+};
+
+Run run_validator(const std::vector<uint32_t>& module, spv_target_env environment,
+                  const LayoutRelaxations& relaxations) {
+    Run run;
     spvtools::SpirvTools tools(environment);
     tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&,
                                  const char* message) {
         if (level > SPV_MSG_ERROR) return;
         const std::string line = one_line(message);
-        all_unknown_numbers = all_unknown_numbers && is_unknown_number(line);
-        all_relaxed_rules = all_relaxed_rules && is_relaxed_rule(line);
-        validation.errors.push_back("Invalid SPIR-V module: " + line);
+        run.all_unknown_numbers = run.all_unknown_numbers && is_unknown_number(line);
+        run.all_relaxed_rules = run.all_relaxed_rules && is_relaxed_rule(line);
+        run.errors.push_back("Invalid SPIR-V module: " + line);
     });
-    if (!tools.Validate(module) && validation.errors.empty()) {
-        validation.errors.push_back("Invalid SPIR-V module");
-        all_unknown_numbers = false;
-        all_relaxed_rules = false;
+    spvtools::ValidatorOptions options;
+    options.SetScalarBlockLayout(relaxations.scalar_block_layout);
+    options.SetWorkgroupScalarBlockLayout(relaxations.scalar_block_layout);
+    if (!tools.Validate(module.data(), module.size(), options) && run.errors.empty()) {
+        run.errors.push_back("Invalid SPIR-V module");
+        run.all_unknown_numbers = false;
+        run.all_relaxed_rules = false;
     }
-    validation.newer_than_validator = !validation.errors.empty() && all_unknown_numbers;
-    validation.rule_relaxed_since_validator = !validation.errors.empty() && all_relaxed_rules;
+    return run;
+}
+
+}  // namespace
+
+Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment,
+                           const LayoutRelaxations& relaxations) {
+    Run run = run_validator(module, environment, relaxations);
+    Validation validation;
+    if (!run.errors.empty() && run.all_unknown_numbers) {
+        // The environment's grammar stops at its own version: a number it has
+        // no name for may still be one a later version defines, which the
+        // newest grammar names, and then says which version it needs.
+        Run newest = run_validator(module, SPV_ENV_UNIVERSAL_1_6, relaxations);
+        if (newest.errors.empty() || !newest.all_unknown_numbers) {
+            validation.errors = newest.errors.empty() ? run.errors : newest.errors;
+            return validation;
+        }
+    }
+    validation.errors = run.errors;
+    validation.newer_than_validator = !run.errors.empty() && run.all_unknown_numbers;
+    validation.rule_relaxed_since_validator = !run.errors.empty() && run.all_relaxed_rules;
     return validation;
 }
 

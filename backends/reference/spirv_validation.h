@@ -13,11 +13,7 @@ namespace reference {
 // what the optimiser works in.
 spv_target_env vulkan_environment(uint32_t spirv_version);
 
-// SPIR-V's own rules at the module's version, without a client API's. Vulkan
-// modules are validated here: the analysis needs a well-formed module, not
-// one a particular Vulkan release would accept (capabilities such as
-// ImageRect are a driver's business, and the validator's Vulkan tables differ
-// from release to release).
+// SPIR-V's own rules at the module's version, without a client API's.
 spv_target_env universal_environment(uint32_t spirv_version);
 
 // The OpenCL environment for a module of that SPIR-V version.
@@ -30,13 +26,25 @@ spv_target_env opengles_environment();
 struct Validation {
     std::vector<std::string> errors;  // one line each; empty for a valid module
     // Every complaint is about an opcode or enumerant the validator does not
-    // know: the module is newer than the validator, not necessarily wrong.
+    // know at any SPIR-V version: the module is newer than the validator, not
+    // necessarily wrong. (A number it knows from a later version than the
+    // module's is an error of the module, said as such.)
     bool newer_than_validator = false;
     // Every complaint is a rule that SPIR-V has since relaxed (16-bit
     // derivatives): the module is valid, the validator is older than it.
     bool rule_relaxed_since_validator = false;
 };
 
-Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment);
+// Layout rules a Vulkan device may relax with a feature; each is relaxed only
+// when the module shows that it relies on it.
+struct LayoutRelaxations {
+    bool scalar_block_layout = false;  // blocks laid out like C structs (GL_EXT_scalar_block_layout)
+};
+
+// What the module's source extensions say it relies on.
+LayoutRelaxations layout_relaxations(const std::vector<uint32_t>& module);
+
+Validation validate_module(const std::vector<uint32_t>& module, spv_target_env environment,
+                           const LayoutRelaxations& relaxations = {});
 
 }  // namespace reference

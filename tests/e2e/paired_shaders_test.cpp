@@ -1,0 +1,479 @@
+// The cost model's regression net: two versions of one program and the
+// relation a shader author expects between their figures, checked on one
+// core of every architecture through the real program. A case marked pending
+// documents a known wrong answer: it is skipped while wrong and fails once it
+// holds, so that the mark is removed.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+
+#include <nlohmann/json.hpp>
+
+#include "e2e/harness.h"
+
+using nlohmann::json;
+
+namespace {
+
+const std::vector<std::string> EVERY_ARCHITECTURE = {"Koro-L380", "Koro-N22", "Koro-N68", "Koro N1"};
+const std::vector<std::string> PELION_AND_LATER = {"Koro-N68", "Koro N1"};
+const std::vector<std::string> VALHALL_PROPERTIES = {"Koro-N22", "Koro-N68", "Koro N1"};  // fragment properties
+constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
+
+struct Version {
+    std::string file;                // its name gives the stage
+    std::string source;              // text; SPIR-V assembly when file ends in .spvasm
+    std::vector<std::string> args = {};  // besides -c CORE and the file
+};
+
+// What one run reported, read from the JSON report.
+struct Figures {
+    int status = -1;
+    std::string core;
+    json shader;  // shaders[0]; null when the run printed no report
+    std::vector<std::string> errors;
+
+    const json* variant(const std::string& name) const {
+        if (!shader.is_object()) return nullptr;
+        for (const json& v : shader["variants"])
+            if (name.empty() || v["name"] == name) return &v;
+        return nullptr;
+    }
+    // A pipe's figure on a path ("total_cycles", "shortest_path_cycles",
+    // "longest_path_cycles"); "A" is the arithmetic total; an unbounded path is
+    // infinite; a pipe the core does not report is NaN.
+    double cycles(const std::string& pipe, const std::string& path = "total_cycles",
+                  const std::string& variant_name = "") const {
+        const json* v = variant(variant_name);
+        if (!v) return std::nan("");
+        const json& pipes = (*v)["performance"]["pipelines"];
+        for (size_t index = 0; index < pipes.size(); ++index) {
+            const std::string name = pipes[index];
+            if (name == pipe || (pipe == "A" && (name == "arith_total" || name == "arithmetic"))) {
+                const json& value = (*v)["performance"][path]["cycle_count"][index];
+                return value.is_null() ? UNBOUNDED : value.get<double>();
+            }
+        }
+        return std::nan("");
+    }
+    json property(const std::string& name, const std::string& variant_name = "") const {
+        const json* v = variant(variant_name);
+        if (v)
+            for (const json& p : (*v)["properties"])
+                if (p["name"] == name) return p["value"];
+        if (shader.is_object())
+            for (const json& p : shader["properties"])
+                if (p["name"] == name) return p["value"];
+        return json();
+    }
+    std::vector<std::string> variant_names() const {
+        std::vector<std::string> names;
+        if (shader.is_object())
+            for (const json& v : shader["variants"]) names.push_back(v["name"]);
+        return names;
+    }
+};
+
+// "" when the relation holds, else what is wrong.
+using Relation = std::function<std::string(const Figures& a, const Figures& b)>;
+
+struct Case {
+    const char* name;
+    Version a;
+    Version b;  // may be empty: the relation is about one version
+    Relation holds;
+    std::vector<std::string> cores = EVERY_ARCHITECTURE;
+    bool pending = false;
+};
+
+std::string text(double value) { return std::isinf(value) ? "unbounded" : std::to_string(value); }
+
+bool compiled(const Figures& f) { return f.status == 0 && f.shader.is_object(); }
+
+std::string need_compiled(const Figures& a, const Figures& b) {
+    if (!compiled(a)) return "A did not compile (status " + std::to_string(a.status) + ")";
+    if (!b.core.empty() && !compiled(b)) return "B did not compile (status " + std::to_string(b.status) + ")";
+    return "";
+}
+
+// B costs more than A on a pipe (and path).
+Relation dearer(const std::string& pipe, const std::string& path = "total_cycles") {
+    return [=](const Figures& a, const Figures& b) {
+        std::string problem = need_compiled(a, b);
+        if (!problem.empty()) return problem;
+        const double x = a.cycles(pipe, path), y = b.cycles(pipe, path);
+        return y > x ? "" : pipe + " " + path + ": B " + text(y) + " is not above A " + text(x);
+    };
+}
+
+// B costs k times A on a pipe (and path).
+Relation times(double k, const std::string& pipe, const std::string& path) {
+    return [=](const Figures& a, const Figures& b) {
+        std::string problem = need_compiled(a, b);
+        if (!problem.empty()) return problem;
+        const double x = a.cycles(pipe, path), y = b.cycles(pipe, path);
+        return std::fabs(y - k * x) < 1e-6 * std::max(1.0, y) && x > 0
+                   ? ""
+                   : pipe + " " + path + ": B " + text(y) + " is not " + std::to_string(k) + " x A " + text(x);
+    };
+}
+
+// The same figures on every pipe and path of every variant, and (unless only
+// the cycles are asked for) the same registers.
+Relation same_cost(bool registers = true) {
+    return [=](const Figures& a, const Figures& b) {
+        std::string problem = need_compiled(a, b);
+        if (!problem.empty()) return problem;
+        if (a.variant_names() != b.variant_names()) return std::string("different variants");
+        for (const std::string& v : a.variant_names())
+            for (const char* path : {"total_cycles", "shortest_path_cycles", "longest_path_cycles"})
+                if (a.variant(v)->at("performance")[path] != b.variant(v)->at("performance")[path])
+                    return v + " " + path + ": " + a.variant(v)->at("performance")[path].dump() + " vs " +
+                           b.variant(v)->at("performance")[path].dump();
+        for (const char* property : {"work_registers_used", "uniform_registers_used", "stack_size"})
+            if (registers && a.property(property) != b.property(property))
+                return std::string(property) + ": " + a.property(property).dump() + " vs " + b.property(property).dump();
+        return std::string();
+    };
+}
+
+// A condition on B alone (or on A alone when there is no B).
+Relation that(std::function<std::string(const Figures&)> check) {
+    return [=](const Figures& a, const Figures& b) { return check(b.core.empty() ? a : b); };
+}
+
+std::string property_is(const Figures& f, const std::string& name, const json& value) {
+    if (!compiled(f)) return "did not compile (status " + std::to_string(f.status) + ")";
+    return f.property(name) == value ? "" : name + " is " + f.property(name).dump() + ", not " + value.dump();
+}
+
+std::string one_error_saying(const Figures& f, const std::string& piece) {
+    if (f.status != 1) return "status " + std::to_string(f.status) + ", not 1";
+    if (f.errors.size() != 1) return std::to_string(f.errors.size()) + " errors: " + json(f.errors).dump();
+    return contains(f.errors[0], piece) ? "" : "the error is " + f.errors[0];
+}
+
+std::string paths_agree(const Figures& f, const std::string& pipe) {
+    if (!compiled(f)) return "did not compile";
+    const double total = f.cycles(pipe), shortest = f.cycles(pipe, "shortest_path_cycles"),
+                 longest = f.cycles(pipe, "longest_path_cycles");
+    return total == shortest && shortest == longest
+               ? ""
+               : pipe + ": total " + text(total) + ", shortest " + text(shortest) + ", longest " + text(longest);
+}
+
+const std::string ES_FRAGMENT_HEAD = "#version 310 es\nprecision highp float;\nlayout(location = 0) out vec4 color;\n";
+
+std::string es_fragment(const std::string& declarations, const std::string& body) {
+    return ES_FRAGMENT_HEAD + declarations + "\nvoid main() {\n" + body + "\n}\n";
+}
+
+std::string taps(int count) {
+    return es_fragment("uniform sampler2D s;\nin vec2 uv;",
+                       "vec4 acc = vec4(0.0);\nfor (int i = 0; i < " + std::to_string(count) +
+                           "; ++i) acc += texture(s, uv + float(i) * 0.01);\ncolor = acc;");
+}
+
+const std::string SPEC_CONSTANTS = R"(#version 450
+layout(constant_id = 3) const bool USE_DETAIL = false;
+layout(set = 0, binding = 0) uniform sampler2D base;
+layout(set = 0, binding = 1) uniform sampler2D detail;
+layout(location = 0) in vec2 uv;
+layout(location = 0) out vec4 color;
+void main() {
+    vec4 acc = texture(base, uv);
+    if (USE_DETAIL) acc *= texture(detail, uv * 8.0);
+    color = acc;
+}
+)";
+
+std::string vertex_weights(const std::string& sum) {
+    return "#version 310 es\nin vec4 a_position;\nin vec4 a_w;\nout float v_w;\n"
+           "void main() {\n" + sum + "\ngl_Position = a_position;\n}\n";
+}
+
+std::string constant_table(const std::string& version) {
+    return version + R"(
+layout(local_size_x = 64) in;
+layout(std430, binding = 0) buffer Out { ivec2 o[]; };
+const ivec2 T[8] = ivec2[8](ivec2(1, 2), ivec2(3, 4), ivec2(5, 6), ivec2(7, 8),
+                            ivec2(9, 10), ivec2(11, 12), ivec2(13, 14), ivec2(15, 16));
+void main() { uint i = gl_GlobalInvocationID.x; o[i] = T[i & 7u]; }
+)";
+}
+
+const std::string GROUP_NON_UNIFORM_1_0 = R"(; SPIR-V 1.0
+               OpCapability Shader
+               OpCapability GroupNonUniform
+               OpMemoryModel Logical GLSL450
+               OpEntryPoint GLCompute %main "main"
+               OpExecutionMode %main LocalSize 1 1 1
+       %void = OpTypeVoid
+         %fn = OpTypeFunction %void
+       %main = OpFunction %void None %fn
+      %entry = OpLabel
+               OpReturn
+               OpFunctionEnd
+)";
+
+const std::string MISALIGNED_BLOCK = R"(; SPIR-V 1.0
+               OpCapability Shader
+               OpMemoryModel Logical GLSL450
+               OpEntryPoint GLCompute %main "main"
+               OpExecutionMode %main LocalSize 1 1 1
+               OpDecorate %S Block
+               OpMemberDecorate %S 0 Offset 0
+               OpMemberDecorate %S 1 Offset 2
+               OpDecorate %u DescriptorSet 0
+               OpDecorate %u Binding 0
+       %void = OpTypeVoid
+         %fn = OpTypeFunction %void
+      %float = OpTypeFloat 32
+          %S = OpTypeStruct %float %float
+        %ptr = OpTypePointer Uniform %S
+          %u = OpVariable %ptr Uniform
+       %main = OpFunction %void None %fn
+      %entry = OpLabel
+               OpReturn
+               OpFunctionEnd
+)";
+
+const std::string VULKAN = "--vulkan";
+
+const Case CASES[] = {
+    // What a shader author expects of any cost model.
+    {"MoreTextureSamplesCostMoreT", {"a.frag", taps(1)}, {"b.frag", taps(2)}, dearer("texture")},
+    {"MediumPrecisionHalvesFmaCost",
+     {"a.frag", es_fragment("in vec4 v;", "color = v * v + v;")},
+     {"b.frag", es_fragment("in mediump vec4 v;", "mediump vec4 x = v * v + v; color = x;")},
+     [](const Figures& a, const Figures& b) { return dearer("arith_fma")(b, a); }, PELION_AND_LATER},
+    {"PowExpAndSinGoToTheSfu",
+     {"a.frag", es_fragment("in vec4 v;", "color = v * v.yzwx;")},
+     {"b.frag", es_fragment("in vec4 v;", "color = pow(v, v.yzwx) + exp(v) + sin(v);")}, dearer("arith_sfu"),
+     PELION_AND_LATER},
+    {"IntegerDivideCostsMoreThanMultiply",
+     {"a.frag", es_fragment("flat in ivec4 i;", "color = vec4(i * i.yzwx);")},
+     {"b.frag", es_fragment("flat in ivec4 i;", "color = vec4(i / i.yzwx);")}, dearer("A")},
+    {"DynamicIndexingGoesToTheStack",
+     {"a.frag", es_fragment("flat in int k;\nin vec4 v;", "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[3];")},
+     {"b.frag", es_fragment("flat in int k;\nin vec4 v;", "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[k & 7];")},
+     [](const Figures& a, const Figures& b) {
+         std::string problem = need_compiled(a, b);
+         if (!problem.empty()) return problem;
+         return a.property("stack_size") == 0 && b.property("stack_size").get<int>() > 0
+                    ? ""
+                    : "stack " + a.property("stack_size").dump() + " -> " + b.property("stack_size").dump();
+     }},
+    {"UnequalBranchesGiveShortestBelowLongest",
+     {"a.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;\nflat in int k;",
+                            "color = vec4(0.0);\nif (k > 0) color = texture(s, uv) * texture(s, uv * 2.0);")},
+     {},
+     that([](const Figures& f) {
+         return f.cycles("texture", "shortest_path_cycles") < f.cycles("texture", "longest_path_cycles")
+                    ? ""
+                    : "texture shortest " + text(f.cycles("texture", "shortest_path_cycles")) + ", longest " +
+                          text(f.cycles("texture", "longest_path_cycles"));
+     })},
+    {"DiscardModifiesCoverage",
+     {"a.frag", es_fragment("in vec4 v;", "color = v;")},
+     {"b.frag", es_fragment("in vec4 v;", "if (v.a < 0.5) discard;\ncolor = v;")},
+     that([](const Figures& f) { return property_is(f, "modifies_coverage", true); }), VALHALL_PROPERTIES},
+    {"DepthWriteUpdatesLate",
+     {"a.frag", es_fragment("in vec4 v;", "color = v;")},
+     {"b.frag", es_fragment("in vec4 v;", "color = v;\ngl_FragDepth = v.z;")},
+     that([](const Figures& f) { return property_is(f, "uses_late_zs_update", true); }), VALHALL_PROPERTIES},
+    {"UniformOnlyWorkIsUniformComputation",
+     {"a.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * 2.0;")},
+     {"b.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * normalize(u * u + u);")},
+     that([](const Figures& f) { return property_is(f, "has_uniform_computation", true); }), PELION_AND_LATER},
+    {"PositionOnlyInputsGoToThePositionStream",
+     {"a.vert", "#version 310 es\nin vec4 a_position;\nin vec4 a_colour;\nout vec4 v_colour;\n"
+                "void main() { v_colour = a_colour; gl_Position = a_position; }\n"},
+     {},
+     that([](const Figures& f) {
+         if (!compiled(f)) return std::string("did not compile");
+         const json& streams = f.shader["attribute_streams"];
+         return streams["position"].dump() == R"([{"location":null,"symbol":"a_position"}])" &&
+                        streams["nonposition"].dump() == R"([{"location":null,"symbol":"a_colour"}])"
+                    ? ""
+                    : streams.dump();
+     }),
+     PELION_AND_LATER},
+
+    // Specialisation constants are frozen at this compile's values and folded.
+    {"SpecialisationConstantsAreFoldedAtTheirDefaults", {"a.frag", SPEC_CONSTANTS, {VULKAN}}, {},
+     that([](const Figures& f) { return paths_agree(f, "texture"); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"ASpecialisationConstantTurnsWorkOn", {"a.frag", SPEC_CONSTANTS, {VULKAN}},
+     {"b.frag", SPEC_CONSTANTS, {VULKAN, "-S", "3=true"}}, dearer("texture"), {"Koro-N22", "Koro-N68", "Koro N1"}},
+
+    // An input is fetched once per component, however the source spells it.
+    {"AnAttributeReadComponentByComponentCostsOneFetch",
+     {"a.vert", vertex_weights("vec4 w = a_w; v_w = w.x + w.y + w.z + w.w;")},
+     {"b.vert", vertex_weights("v_w = a_w.x + a_w.y + a_w.z + a_w.w;")}, same_cost(false)},
+    {"AVaryingReadTwiceIsInterpolatedOnce",
+     {"a.frag", es_fragment("in vec3 v_dir;", "vec3 d = v_dir; color = vec4(normalize(d), d.z);")},
+     {"b.frag", es_fragment("in vec3 v_dir;", "color = vec4(normalize(v_dir), v_dir.z);")}, same_cost(false)},
+
+    // A constant table is a table in constant memory, whatever the SPIR-V version.
+    {"AConstantTableNeedsNoStack", {"a.comp", constant_table("#version 450"), {VULKAN}}, {},
+     that([](const Figures& f) { return property_is(f, "stack_size", 0); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
+
+    // Counted loops: paths are trip count x body; unknown counts are unbounded.
+    {"AFortyTapLoopCostsFiveTimesTheEightTap", {"a.frag", taps(8)}, {"b.frag", taps(40)},
+     times(5, "texture", "longest_path_cycles")},
+    {"ACountedLoopHasEqualPaths", {"a.frag", taps(40)}, {},
+     that([](const Figures& f) {
+         return f.cycles("texture", "shortest_path_cycles") == f.cycles("texture", "longest_path_cycles") &&
+                        !std::isinf(f.cycles("texture", "longest_path_cycles"))
+                    ? ""
+                    : "texture shortest " + text(f.cycles("texture", "shortest_path_cycles")) + ", longest " +
+                          text(f.cycles("texture", "longest_path_cycles"));
+     })},
+    {"NestedCountedLoopsMultiply", {"a.frag", taps(20)},
+     {"b.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;",
+                            "vec4 acc = vec4(0.0);\nfor (int i = 0; i < 4; ++i) for (int j = 0; j < 5; ++j)\n"
+                            "acc += texture(s, uv + float(i * 5 + j) * 0.01);\ncolor = acc;")},
+     times(1, "texture", "longest_path_cycles")},
+    {"ALoopOfUnknownLengthIsUnbounded",
+     {"a.frag", es_fragment("uniform sampler2D s;\nuniform int n;\nin vec2 uv;",
+                            "vec4 acc = vec4(0.0);\nfor (int i = 0; i < n; ++i) acc += texture(s, uv * float(i));\ncolor = acc;")},
+     {},
+     that([](const Figures& f) {
+         return std::isinf(f.cycles("texture", "longest_path_cycles")) ? "" : "the longest path is bounded";
+     })},
+    {"AnEndlessLoopIsUnboundedButNotFree",
+     {"a.comp", "#version 310 es\nlayout(local_size_x = 1) in;\nlayout(std430, binding = 0) buffer B { uint n[]; };\n"
+                "void main() { uint i = 0u; for (;;) { n[i] += 1u; i = n[i]; } }\n"},
+     {},
+     that([](const Figures& f) {
+         return std::isinf(f.cycles("load_store", "longest_path_cycles")) && f.cycles("load_store") > 0
+                    ? ""
+                    : "load/store total " + text(f.cycles("load_store")) + ", longest " +
+                          text(f.cycles("load_store", "longest_path_cycles"));
+     }),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
+
+    // Uniform registers: the surplus beyond the file is read from memory.
+    {"UniformsBeyondTheRegisterFileAreLoaded",
+     {"a.frag", es_fragment("uniform vec4 u_k[4];\nin vec4 v;", "vec4 acc = v;\nfor (int i = 0; i < 4; ++i) acc += u_k[i] * v;\ncolor = acc;")},
+     {"b.frag", es_fragment("uniform vec4 u_k[24];\nin vec4 v;", "vec4 acc = v;\nfor (int i = 0; i < 24; ++i) acc += u_k[i] * v;\ncolor = acc;")},
+     dearer("load_store"), {"Koro-L380"}},
+
+    // OpenCL kernels: arguments are uniform, nothing varies, a select is a select.
+    {"KernelArgumentsUseUniformRegisters",
+     {"k.cl", "kernel void k(global float* x, global float* y, float a) { int i = get_global_id(0); y[i] = a * x[i] + y[i]; }\n",
+      {"-n", "k"}},
+     {},
+     that([](const Figures& f) {
+         if (!compiled(f)) return std::string("did not compile");
+         const int registers = f.property("uniform_registers_used").get<int>();
+         return std::string(registers > 0 ? "" : "no uniform registers");
+     })},
+    {"KernelsHaveNoVaryingPipe",
+     {"k.cl", "kernel void k(global float* y) { y[get_global_id(0)] = 1.0f; }\n", {"-n", "k"}}, {},
+     that([](const Figures& f) { return std::isnan(f.cycles("varying")) ? "" : "a varying pipe is reported"; }),
+     PELION_AND_LATER},
+    {"AVectorSelectOnOneConditionCostsWhatIfElseCosts",
+     {"k.cl", "kernel void k(global float2* a, int c, float x) { float2 v; if (c) v = (float2)(1.0f, 2.0f); "
+              "else v = (float2)(x, 4.0f); *a = v; }\n", {"-n", "k"}},
+     {"k.cl", "kernel void k(global float2* a, int c, float x) { *a = c ? (float2)(1.0f, 2.0f) : (float2)(x, 4.0f); }\n",
+      {"-n", "k"}},
+     same_cost()},
+    {"AnImageWriteWithALevelOfDetailIsRefused",
+     {"k.cl", "kernel void k(write_only image2d_t img, float4 c) { write_imagef(img, (int2)(0, 0), 1, c); }\n",
+      {"-n", "k", "--opencl", "3.0"}},
+     {},
+     that([](const Figures& f) { return one_error_saying(f, "Image writes with a level of detail"); })},
+
+    // Variants and rounding.
+    {"APositionOnlyVertexShaderHasNoVaryingVariant",
+     {"a.vert", "#version 310 es\nin vec4 a_position;\nvoid main() { gl_Position = a_position * 2.0; }\n"}, {},
+     that([](const Figures& f) {
+         const std::vector<std::string> names = f.variant_names();
+         return std::find(names.begin(), names.end(), "Varying") == names.end() ? "" : "a Varying variant";
+     }),
+     PELION_AND_LATER},
+    {"ABranchFreeShaderHasEqualTotalAndPaths",
+     {"a.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;", "color = texture(s, uv) * 0.3333 + vec4(uv, uv) * 0.7;")},
+     {},
+     that([](const Figures& f) { return paths_agree(f, "A"); }), {"Koro-L380"}},
+
+    // Front-end answers.
+    {"AnUnknownExtensionIsOneError",
+     {"a.frag", "#version 310 es\n#extension GL_FOO : require\nprecision mediump float;\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n"},
+     {"b.frag", "#version 450\n#extension GL_FOO : require\nlayout(location = 0) out vec4 c;\nvoid main() { c = vec4(1.0); }\n",
+      {VULKAN}},
+     [](const Figures& a, const Figures& b) {
+         std::string problem = one_error_saying(a, "extension not supported: GL_FOO");
+         return problem.empty() ? one_error_saying(b, "extension not supported: GL_FOO") : problem;
+     },
+     {"Koro-N68"}},
+    {"ASpirv10ModuleUsingSubgroupsIsInvalid", {"a.comp.spvasm", GROUP_NON_UNIFORM_1_0}, {},
+     that([](const Figures& f) { return one_error_saying(f, "requires SPIR-V version 1.3 or later"); }),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"AVulkanBlockBreakingItsLayoutIsInvalid", {"a.comp.spvasm", MISALIGNED_BLOCK}, {},
+     that([](const Figures& f) { return one_error_saying(f, "is not aligned to 4"); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
+};
+
+class PairedShaders : public ::testing::TestWithParam<Case> {
+protected:
+    TempDir files;
+
+    // The file shadex is given: SPIR-V assembly is assembled, at the version
+    // its first line names ("; SPIR-V 1.0"), whatever the assembler allows.
+    std::string prepare(const Version& version, const std::string& tag) {
+        const std::string name = tag + "-" + version.file;
+        if (version.file.size() < 7 || version.file.compare(version.file.size() - 7, 7, ".spvasm") != 0)
+            return files.write(name, version.source);
+        const std::string text = files.write(name, version.source);
+        const std::string binary = files.file(tag + "-" + version.file.substr(0, version.file.size() - 7) + ".spv");
+        RunResult assembled = run_program("/usr/bin/spirv-as", {"--target-env", "spv1.3", text, "-o", binary});
+        EXPECT_EQ(assembled.status, 0) << assembled.err;
+        std::string bytes = read_file(binary);
+        if (version.source.compare(0, 13, "; SPIR-V 1.0\n") == 0 && bytes.size() > 8) bytes[5] = 0;  // minor version
+        return files.write(tag + "-" + version.file.substr(0, version.file.size() - 7) + ".spv", bytes);
+    }
+
+    Figures analyse(const Version& version, const std::string& core, const std::string& tag) {
+        Figures figures;
+        figures.core = core;
+        std::vector<std::string> args = {"-c", core, "--format", "json"};
+        args.insert(args.end(), version.args.begin(), version.args.end());
+        args.push_back(prepare(version, tag));
+        RunResult result = run_shadex(args);
+        figures.status = result.status;
+        json report = json::parse(result.out, nullptr, false);
+        if (!report.is_discarded() && report.contains("shaders") && !report["shaders"].empty()) {
+            const json& shader = report["shaders"][0];
+            for (const json& error : shader.value("errors", json::array())) figures.errors.push_back(error);
+            if (shader.contains("variants")) figures.shader = shader;
+        } else if (result.status != 0) {
+            figures.errors.push_back(result.err);
+        }
+        return figures;
+    }
+};
+
+TEST_P(PairedShaders, Hold) {
+    const Case& c = GetParam();
+    std::vector<std::string> failures;
+    for (const std::string& core : c.cores) {
+        const Figures a = analyse(c.a, core, "a");
+        const Figures b = c.b.file.empty() ? Figures{} : analyse(c.b, core, "b");
+        const std::string problem = c.holds(a, b);
+        if (!problem.empty()) failures.push_back(core + ": " + problem);
+    }
+    if (c.pending) {
+        if (failures.empty()) FAIL() << "now holds: remove pending";
+        GTEST_SKIP() << "pending: " << failures.front();
+    }
+    for (const std::string& failure : failures) ADD_FAILURE() << failure;
+}
+
+INSTANTIATE_TEST_SUITE_P(CostModel, PairedShaders, ::testing::ValuesIn(CASES),
+                         [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+
+}  // namespace
