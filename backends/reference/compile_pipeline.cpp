@@ -12,6 +12,7 @@
 #include "spirv_module_info.h"
 #include "spirv_optimiser.h"
 #include "spirv_validation.h"
+#include "tile_features.h"
 
 namespace reference {
 
@@ -90,8 +91,12 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
     switch (api) {
         case Api::OpenGLES: {
             const std::string text(source);
-            FrontEndResult result = compile_glsl_es_source(text, options.stage, options.defines,
+            TileRewrite tile = rewrite_tile_features(text, options.stage, core, features);
+            if (!tile.errors.empty()) return {{}, tile.errors, tile.warnings, {}};
+            FrontEndResult result = compile_glsl_es_source(tile.source, options.stage, options.defines,
                                                            options.include_paths);
+            result.warnings.insert(result.warnings.begin(), tile.warnings.begin(), tile.warnings.end());
+            result.tile_variables = std::move(tile.variables);
             if (!result.errors.empty() || result.module.empty()) return result;
             RuleFindings findings = check_opengles_rules(text, result.module, core, features);
             append(result.errors, findings.errors);
@@ -190,6 +195,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     request.request_pilot = options.request_pilot;
     request.request_idvs = options.request_idvs;
     request.vulkan = api == Api::Vulkan;
+    request.tile_variables = front.tile_variables;
     AnalysisResult analysis = analyse_module(request);
 
     result.variants = std::move(analysis.variants);

@@ -26,6 +26,9 @@ const std::vector<std::string>& opengles_es31_extensions() {
         "GL_EXT_shader_non_constant_global_initializers", "GL_EXT_shader_integer_mix",
         "GL_EXT_YUV_target", "GL_EXT_blend_func_extended", "GL_EXT_texture_shadow_lod",
         "GL_EXT_shader_explicit_arithmetic_types_float16", "GL_EXT_shader_explicit_arithmetic_types_int16",
+        // Reading the tile buffer; the front end spells these for glslang.
+        "GL_EXT_shader_framebuffer_fetch", "GL_EXT_shader_framebuffer_fetch_non_coherent",
+        "GL_OVYN_shader_framebuffer_fetch", "GL_OVYN_shader_framebuffer_fetch_depth_stencil",
     };
     return names;
 }
@@ -135,7 +138,9 @@ CoreFeatures ostrem_features() {
     features.opencl_versions = {110, 120, 200, 300};
     features.geometry_shaders = true;
     features.tessellation_shaders = true;
-    features.opengles_extensions = joined(opengles_es31_extensions(), opengles_es32_extensions());
+    // Pixel local storage came with the second unified architecture.
+    features.opengles_extensions =
+        joined(joined(opengles_es31_extensions(), opengles_es32_extensions()), {"GL_EXT_shader_pixel_local_storage"});
     features.spirv_extensions = joined(spirv_base_extensions(), spirv_ostrem_extensions());
     features.opencl_extensions = joined(opencl_base_extensions(), opencl_ostrem_extensions());
     return features;

@@ -243,6 +243,22 @@ const std::string MISALIGNED_BLOCK = R"(; SPIR-V 1.0
 
 const std::string VULKAN = "--vulkan";
 
+std::string with_extension(const std::string& extension, const std::string& declarations, const std::string& body) {
+    return "#version 310 es\n#extension " + extension + " : require\nprecision mediump float;\n" + declarations +
+           "\nvoid main() {\n" + body + "\n}\n";
+}
+
+const std::string PIXEL_LOCAL = "GL_EXT_shader_pixel_local_storage";
+const std::string PLS_BLOCK = "__pixel_localEXT FragData {\n  layout(rgba8) highp vec4 colour;\n  layout(r32f) highp float depth;\n} pls;";
+
+// Loads and stores of the tile cost load/store messages, and the property says so.
+Relation reads_tile(const std::string& property) {
+    return [=](const Figures& a, const Figures& b) {
+        std::string problem = dearer("load_store")(a, b);
+        return problem.empty() ? property_is(b, property, true) : problem;
+    };
+}
+
 const Case CASES[] = {
     // What a shader author expects of any cost model.
     {"MoreTextureSamplesCostMoreT", {"a.frag", taps(1)}, {"b.frag", taps(2)}, dearer("texture")},
@@ -400,6 +416,39 @@ const Case CASES[] = {
      {"a.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;", "color = texture(s, uv) * 0.3333 + vec4(uv, uv) * 0.7;")},
      {},
      that([](const Figures& f) { return paths_agree(f, "A"); }), {"Koro-L380"}},
+
+    // Tile-buffer features of OpenGL ES.
+    {"AnInoutOutputReadsTheColourBuffer",
+     {"a.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
+     {"b.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "inout vec4 color;", "color = color * 0.5;")},
+     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
+    {"TheLastFragmentColourIsReadFromTheTile",
+     {"a.frag", with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
+     {"b.frag", with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = gl_LastFragColorOVYN * 0.5;")},
+     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
+    {"FetchingDepthAndStencilMakesTheUpdateLate",
+     {"a.frag", with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;", "color = vec4(0.5);")},
+     {"b.frag", with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;",
+                               "color = vec4(gl_LastFragDepthOVYN, float(gl_LastFragStencilOVYN), 0.0, 1.0);")},
+     reads_tile("uses_late_zs_update"), VALHALL_PROPERTIES},
+    {"PixelLocalStorageIsReadAndWrittenOnTheTile",
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "")},
+     {"b.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.colour *= 0.5;\npls.depth += 1.0;")},
+     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
+    {"PixelLocalStorageNeedsASecondGenerationCore", {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = 1.0;")}, {},
+     that([](const Figures& f) { return one_error_saying(f, "0:2: '#extension' : extension not supported by Koro-L380"); }),
+     {"Koro-L380"}},
+    {"PixelLocalStorageWritesExcludeFragmentOutputs",
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK + "\nout vec4 color;", "pls.depth = 1.0;\ncolor = vec4(1.0);")}, {},
+     that([](const Figures& f) { return one_error_saying(f, "0:8: 'out' : a shader that writes pixel local storage"); }),
+     {"Koro-N68"}},
+    {"ErrorsAfterATileBlockKeepTheirLines",
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = missing;")}, {},
+     that([](const Figures& f) { return one_error_saying(f, "0:9: 'missing' : undeclared identifier"); }), {"Koro-N68"}},
+    {"TileExtensionsAreForFragmentShaders",
+     {"a.vert", "#version 310 es\n#extension GL_OVYN_shader_framebuffer_fetch : require\nin vec4 p;\nvoid main() { gl_Position = p; }\n"},
+     {},
+     that([](const Figures& f) { return one_error_saying(f, "is only available in fragment shaders"); }), {"Koro-N68"}},
 
     // Front-end answers.
     {"AnUnknownExtensionIsOneError",

@@ -120,7 +120,8 @@ void analyse(const AnalysisRequest& request, const CoreModel& core, AnalysisResu
     }
     AnalysisRequest effective = request;
     if (effective.stage.empty()) effective.stage = stage_of_model(entry->execution_model);
-    const Program program(module, architecture_profile(core.architecture), effective.stage, *entry);
+    const Program program(module, architecture_profile(core.architecture), effective.stage, *entry,
+                          request.tile_variables);
     const VariantWriter writer(program, core, effective);
 
     // Tarsel cores run neither pilot shaders nor split vertex shaders.

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/tile_variables.h"
+
 namespace reference {
 
 struct AnalysisRequest {
@@ -17,6 +19,7 @@ struct AnalysisRequest {
     bool request_pilot = false;      // split uniform-only work into a pilot variant
     bool request_idvs = false;       // split a vertex shader into Position and Varying variants
     bool vulkan = false;             // attribute symbols in the prefix_ID_name form
+    TileVariables tile_variables;    // stand-ins for the tile buffer, by name
 };
 
 struct AnalysisResult {

@@ -106,6 +106,11 @@ void CostBuilder::memory_access(uint32_t pointer, uint32_t value_type, bool is_l
             // framebuffer fetch. Other stages write their outputs to memory.
             if (program_.is_fragment() == is_load) add(PipeLS, messages(bytes));
             break;
+        case MemoryKind::Tile:
+            // Fetched colour, depth and stencil, and pixel local storage both
+            // ways: a load/store message to the on-chip tile buffer.
+            add(PipeLS, messages(bytes));
+            break;
         default:
             break;
     }

@@ -95,8 +95,12 @@ const EntryPointDecl* find_entry_point(const Module& module, const std::string& 
 }
 
 Program::Program(const Module& module_in, const ArchitectureProfile& profile_in, std::string stage_in,
-                 const EntryPointDecl& entry_in)
+                 const EntryPointDecl& entry_in, const TileVariables& tile_names)
     : module(module_in), profile(profile_in), stage(std::move(stage_in)), entry(&entry_in) {
+    for (const auto& [id, name] : module.names) {
+        auto tile = tile_names.find(name);
+        if (tile != tile_names.end() && module.global_variables.count(id) > 0) tile_variables.emplace(id, tile->second);
+    }
     const size_t count = module.functions.size();
     reachable_functions.assign(count, false);
     control_flow.resize(count);
@@ -296,6 +300,11 @@ Program::ResolvedStorage Program::resolve_storage(uint32_t pointer_id) const {
     return resolved;
 }
 
+TileKind Program::tile_kind(uint32_t pointer_id) const {
+    auto found = tile_variables.find(trace_pointer(pointer_id).root);
+    return found == tile_variables.end() ? TileKind::Color : found->second;
+}
+
 bool Program::is_read_only(uint32_t pointer_id) const {
     const ResolvedStorage resolved = resolve_storage(pointer_id);
     if (constant_tables.count(resolved.pointer.root) > 0) return true;
@@ -311,6 +320,7 @@ MemoryKind Program::memory_kind(uint32_t pointer_id) const {
     const PointerInfo& pointer = resolved.pointer;
     const uint32_t storage = resolved.storage_class;
     const bool buffer_block = resolved.buffer_block;
+    if (tile_variables.count(pointer.root) > 0) return MemoryKind::Tile;
     switch (storage) {
         case StorageInput: return MemoryKind::Input;
         case StorageOutput: return MemoryKind::Output;

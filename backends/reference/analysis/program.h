@@ -5,12 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "analysis/core_model.h"
 #include "analysis/loops.h"
 #include "analysis/module_ir.h"
+#include "analysis/tile_variables.h"
 
 namespace reference {
 
@@ -41,6 +43,7 @@ enum class MemoryKind {
     Memory,           // buffers, shared memory, globals: the load/store unit
     Input,            // stage inputs
     Output,           // stage outputs
+    Tile,             // a fragment's tile buffer: fetched colour, depth, stencil, pixel local storage
     Other,
 };
 
@@ -54,9 +57,13 @@ struct Program {
     std::vector<ControlFlow> control_flow;  // by index into module.functions
     std::unordered_set<uint32_t> stack_variables;
     std::unordered_set<uint32_t> constant_tables;
+    std::unordered_map<uint32_t, TileKind> tile_variables;  // by variable id
 
     Program(const Module& module, const ArchitectureProfile& profile, std::string stage,
-            const EntryPointDecl& entry);
+            const EntryPointDecl& entry, const TileVariables& tile_names = {});
+
+    // What part of the tile a pointer reaches; only for MemoryKind::Tile.
+    TileKind tile_kind(uint32_t pointer) const;
 
     bool is_vertex() const { return stage == "vertex"; }
     bool is_fragment() const { return stage == "fragment"; }

@@ -85,6 +85,15 @@ std::vector<std::string> shader_flags(const Program& program) {
         } else if (op == OpLoad && !ops.empty() && program.is_fragment() &&
                    program.memory_kind(ops[0]) == MemoryKind::Output) {
             raised.insert("COLOR_BUFFER_READ");  // framebuffer fetch
+        } else if (op == OpLoad && !ops.empty() && program.memory_kind(ops[0]) == MemoryKind::Tile) {
+            switch (program.tile_kind(ops[0])) {
+                case TileKind::Color: raised.insert("COLOR_BUFFER_READ"); break;
+                case TileKind::Depth: raised.insert("DEPTH_BUFFER_READ"); break;
+                case TileKind::Stencil: raised.insert("STENCIL_BUFFER_READ"); break;
+                case TileKind::PixelLocal: raised.insert("LOCAL_STORAGE_READ"); break;
+            }
+        } else if (op == OpStore && !ops.empty() && program.memory_kind(ops[0]) == MemoryKind::Tile) {
+            raised.insert("LOCAL_STORAGE_WRITE");
         } else if ((op == OpStore || op == OpCopyMemory) && !ops.empty() &&
                    program.memory_kind(ops[0]) == MemoryKind::Output) {
             switch (program.builtin_of(program.trace_pointer(ops[0]))) {
@@ -95,9 +104,10 @@ std::vector<std::string> shader_flags(const Program& program) {
             }
         }
     });
-    static const char* const ORDER[] = {"HAS_SIDE_EFFECTS",     "HAS_EARLY_FRAGMENT_TESTS", "COLOR_BUFFER_READ",
-                                        "DEPTH_BUFFER_READ",    "STENCIL_BUFFER_READ",      "DEPTH_BUFFER_WRITTEN",
-                                        "STENCIL_BUFFER_WRITTEN", "MODIFIES_COVERAGE"};
+    static const char* const ORDER[] = {"HAS_SIDE_EFFECTS",       "HAS_EARLY_FRAGMENT_TESTS", "COLOR_BUFFER_READ",
+                                        "DEPTH_BUFFER_READ",      "STENCIL_BUFFER_READ",      "LOCAL_STORAGE_READ",
+                                        "DEPTH_BUFFER_WRITTEN",   "STENCIL_BUFFER_WRITTEN",   "LOCAL_STORAGE_WRITE",
+                                        "MODIFIES_COVERAGE"};
     std::vector<std::string> flags;
     for (const char* flag : ORDER) {
         if (raised.count(flag) > 0) flags.emplace_back(flag);
