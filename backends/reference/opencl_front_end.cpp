@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
 
@@ -200,8 +202,10 @@ std::vector<std::string> preprocessor_arguments(const std::vector<std::string>& 
     return arguments;
 }
 
-void compile_into(const std::string& source, const std::string& kernel_name, const std::string& standard,
-                  const std::vector<std::string>& preprocessor_arguments, FrontEndResult& result) {
+// The module and diagnostics of one source, whichever kernel is asked for.
+FrontEndResult translate_source(const std::string& source, const std::string& standard,
+                                const std::vector<std::string>& preprocessor_arguments) {
+    FrontEndResult result;
     OpenCLCompile compile(source, standard, preprocessor_arguments, result);
     // Optimised code is what the estimate should see, but the translator does
     // not handle everything LLVM's optimiser produces: unoptimised code is the
@@ -209,18 +213,48 @@ void compile_into(const std::string& source, const std::string& kernel_name, con
     Translation translation = compile.translate("-O2");
     if (translation.module.empty() && !translation.translator_failure.empty())
         translation = compile.translate("-O0");
-    if (translation.module.empty()) {
-        if (!translation.translator_failure.empty())
-            result.errors.push_back("The kernel could not be translated to SPIR-V: " +
-                                    translation.translator_failure);
-        return;
-    }
-    std::string error = program_error(translation.module, kernel_name);
-    if (!error.empty()) {
-        result.errors.push_back(error);
-        return;
-    }
+    if (translation.module.empty() && !translation.translator_failure.empty())
+        result.errors.push_back("The kernel could not be translated to SPIR-V: " + translation.translator_failure);
     result.module = std::move(translation.module);
+    return result;
+}
+
+// The last translations, so that the kernels of one file compiled one after
+// another (a whole shader set, kernel by kernel) run the tools once. A source
+// that includes files is never reused: they may have changed.
+class TranslationCache {
+public:
+    FrontEndResult translate(const std::string& source, const std::string& standard,
+                             const std::vector<std::string>& arguments) {
+        if (source.find("include") != std::string::npos) return translate_source(source, standard, arguments);
+        std::string key = standard + '\n';
+        for (const std::string& argument : arguments) key += argument + '\n';
+        key += source;
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& [known, result] : entries_)
+            if (known == key) return result;
+        FrontEndResult result = translate_source(source, standard, arguments);
+        entries_.emplace_front(std::move(key), result);
+        if (entries_.size() > CAPACITY) entries_.pop_back();
+        return result;
+    }
+
+private:
+    static constexpr size_t CAPACITY = 4;
+    std::mutex mutex_;
+    std::deque<std::pair<std::string, FrontEndResult>> entries_;
+};
+
+void compile_into(const std::string& source, const std::string& kernel_name, const std::string& standard,
+                  const std::vector<std::string>& preprocessor_arguments, FrontEndResult& result) {
+    static TranslationCache cache;
+    result = cache.translate(source, standard, preprocessor_arguments);
+    if (result.module.empty()) return;
+    std::string error = program_error(result.module, kernel_name);
+    if (!error.empty()) {
+        result.module.clear();
+        result.errors.push_back(error);
+    }
 }
 
 }  // namespace

@@ -166,9 +166,10 @@ TEST(OpenCLFrontEnd, NoTemporaryFilesAreLeftBehind) {
     EXPECT_FALSE(compile_opencl_source(TWO_KERNELS, "nope", "CL1.2", {}).errors.empty());
     EXPECT_TRUE(std::filesystem::is_empty(tmp.path()));
 
-    // A temporary directory that cannot be made is an error line, not an exception.
+    // A temporary directory that cannot be made is an error line, not an
+    // exception (a source not translated before: it is not reused).
     ScopedTmp missing(tmp.file("does-not-exist"));
-    auto result = compile_opencl_source(TWO_KERNELS, "fill", "CL1.2", {});
+    auto result = compile_opencl_source(TWO_KERNELS + "// again\n", "fill", "CL1.2", {});
     ASSERT_EQ(result.errors.size(), 2u);
     EXPECT_TRUE(contains(result.errors[0], "temporary directory")) << result.errors[0];
 }
