@@ -63,7 +63,10 @@ echo "check-package: the unpacked tree runs"
 if [ "$install" = 1 ]; then
     apt-get install -y "$(cd "$(dirname "$deb")" && pwd)/$(basename "$deb")" >/dev/null
     run_from /usr/bin /usr
-    man -w shadex >/dev/null 2>&1 || [ ! -x "$(command -v man)" ] || fail "man shadex finds no page"
+    if command -v man >/dev/null 2>&1; then
+        man -w shadex >/dev/null 2>&1 || fail "man shadex finds no page"
+        man -w shadex-suite >/dev/null 2>&1 || fail "man shadex-suite finds no page"
+    fi
     bash -c 'source /usr/share/bash-completion/completions/shadex && complete -p shadex && complete -p shadex-suite' \
         >/dev/null || fail "no bash completion"
     echo "check-package: the installed package runs"
