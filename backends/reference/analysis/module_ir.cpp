@@ -19,7 +19,7 @@ bool is_type_declaration(uint16_t opcode) {
 
 bool is_constant_declaration(uint16_t opcode) {
     return opcode == OpUndef || (opcode >= OpConstantTrue && opcode <= OpConstantNull) ||
-           (opcode >= OpSpecConstantTrue && opcode <= OpSpecConstantOp) || opcode == 323;
+           (opcode >= OpSpecConstantTrue && opcode <= OpSpecConstantOp) || opcode == spv::OpConstantPipeStorage;
 }
 
 // Function-body opcodes that never produce a result.
