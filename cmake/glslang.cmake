@@ -77,6 +77,8 @@ if(NOT _shadex_banner_at EQUAL 0)
 endif()
 
 # The input layer checks the validator it runs against the same banner.
+# The input layer reads SPIR-V by the official header's names.
+target_include_directories(shadex_input SYSTEM PRIVATE "${SHADEX_GLSLANG_PREFIX}/include")
 target_compile_definitions(shadex_input PRIVATE
   SHADEX_GLSLANG_BANNER="${SHADEX_GLSLANG_BANNER}")
 

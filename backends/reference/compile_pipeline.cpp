@@ -37,7 +37,7 @@ FrontEndResult read_module(const char* source, size_t length) {
     }
     result.module.resize(length / 4);
     std::memcpy(result.module.data(), source, length);
-    if (result.module[0] != SPIRV_MAGIC) {
+    if (result.module[0] != spv::MagicNumber) {
         result.errors.push_back("Invalid SPIR-V module: wrong magic number");
         result.module.clear();
     }

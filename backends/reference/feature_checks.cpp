@@ -10,11 +10,6 @@ namespace reference {
 
 namespace {
 
-constexpr uint32_t CAPABILITY_GEOMETRY = 2;
-constexpr uint32_t CAPABILITY_TESSELLATION = 3;
-constexpr uint32_t CAPABILITY_RAY_QUERY = 4472;
-constexpr uint32_t CAPABILITY_RAY_TRACING = 4479;
-constexpr uint32_t CAPABILITY_RAY_TRACING_NV = 5340;
 
 std::string api_name(Api api) {
     switch (api) {
@@ -69,14 +64,14 @@ std::vector<std::string> unsupported_module_features(Api api, const std::vector<
             problems.push_back("SPIR-V " + version_text(version) + " is not supported by " + core.name +
                                " (highest: " + version_text(highest) + ")");
     }
-    if (declares_capability(module, CAPABILITY_GEOMETRY) && !features.geometry_shaders)
+    if (declares_capability(module, spv::CapabilityGeometry) && !features.geometry_shaders)
         problems.push_back(core.name + " does not support geometry shaders");
-    if (declares_capability(module, CAPABILITY_TESSELLATION) && !features.tessellation_shaders)
+    if (declares_capability(module, spv::CapabilityTessellation) && !features.tessellation_shaders)
         problems.push_back(core.name + " does not support tessellation shaders");
     if (!features.ray_tracing) {
-        if (declares_capability(module, CAPABILITY_RAY_TRACING) || declares_capability(module, CAPABILITY_RAY_TRACING_NV))
+        if (declares_capability(module, spv::CapabilityRayTracingKHR) || declares_capability(module, spv::CapabilityRayTracingNV))
             problems.push_back(core.name + " does not support ray tracing");
-        if (declares_capability(module, CAPABILITY_RAY_QUERY))
+        if (declares_capability(module, spv::CapabilityRayQueryKHR))
             problems.push_back(core.name + " does not support ray queries");
     }
     return problems;

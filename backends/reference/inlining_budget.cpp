@@ -1,5 +1,7 @@
 #include "inlining_budget.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <unordered_map>
 
@@ -9,12 +11,6 @@ namespace reference {
 
 namespace {
 
-constexpr uint32_t OP_ENTRY_POINT = 15;
-constexpr uint32_t OP_FUNCTION = 54;
-constexpr uint32_t OP_FUNCTION_END = 56;
-constexpr uint32_t OP_FUNCTION_CALL = 57;
-constexpr uint32_t FUNCTION_CONTROL_INLINE = 0x1;
-constexpr uint32_t FUNCTION_CONTROL_DONT_INLINE = 0x2;
 // What a call left in place costs in words.
 constexpr double CALL_WORDS = 4;
 
@@ -34,8 +30,8 @@ CallGraph read_call_graph(const std::vector<uint32_t>& module) {
     size_t current = SIZE_MAX;
     for_each_instruction(module, [&](uint32_t opcode, size_t at, size_t end) {
         const size_t count = end - at;
-        if (opcode == OP_ENTRY_POINT && count >= 3) entry_ids.push_back(module[at + 2]);
-        if (opcode == OP_FUNCTION && count >= 5) {
+        if (opcode == spv::OpEntryPoint && count >= 3) entry_ids.push_back(module[at + 2]);
+        if (opcode == spv::OpFunction && count >= 5) {
             current = graph.own_words.size();
             index_of.emplace(module[at + 2], current);
             graph.control_word.push_back(at + 3);
@@ -45,8 +41,8 @@ CallGraph read_call_graph(const std::vector<uint32_t>& module) {
         if (current == SIZE_MAX) return;
         graph.own_words[current] += static_cast<double>(count);
         graph.function_words += count;
-        if (opcode == OP_FUNCTION_CALL && count >= 4) callee_ids[current].push_back(module[at + 3]);
-        if (opcode == OP_FUNCTION_END) current = SIZE_MAX;
+        if (opcode == spv::OpFunctionCall && count >= 4) callee_ids[current].push_back(module[at + 3]);
+        if (opcode == spv::OpFunctionEnd) current = SIZE_MAX;
     });
     graph.callees.resize(callee_ids.size());
     for (size_t fn = 0; fn < callee_ids.size(); ++fn) {
@@ -171,7 +167,7 @@ std::vector<uint32_t> limit_inlining(std::vector<uint32_t> module, const Inlinin
     for (size_t fn = 0; fn < plan.kept().size(); ++fn) {
         if (!plan.kept()[fn]) continue;
         uint32_t& control = module[graph.control_word[fn]];
-        control = (control & ~FUNCTION_CONTROL_INLINE) | FUNCTION_CONTROL_DONT_INLINE;
+        control = (control & ~spv::FunctionControlInlineMask) | spv::FunctionControlDontInlineMask;
     }
     return module;
 }

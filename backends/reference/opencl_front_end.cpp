@@ -1,5 +1,7 @@
 #include "opencl_front_end.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <chrono>
 #include <deque>
@@ -29,7 +31,6 @@ const std::chrono::seconds TOOL_TIME_LIMIT{120};
 // the program expects ("<source>:3:5: error: ...").
 const char* const SOURCE_FILE = "<source>";
 const char* const KNOWN_VERSIONS[] = {"1.0", "1.1", "1.2", "2.0", "3.0"};
-constexpr uint32_t EXECUTION_MODEL_KERNEL = 6;
 
 void write_file(const std::string& path, const std::string& content) {
     std::ofstream file(path, std::ios::binary);
@@ -180,7 +181,7 @@ std::string program_error(const std::vector<uint32_t>& module, const std::string
         return "The program calls " + join_names(undefined) + " but defines no such function.";
     std::vector<std::string> kernels;
     for (const EntryPoint& entry : entry_points(module))
-        if (entry.execution_model == EXECUTION_MODEL_KERNEL) kernels.push_back(entry.name);
+        if (entry.execution_model == spv::ExecutionModelKernel) kernels.push_back(entry.name);
     if (kernels.empty()) return "The program defines no kernel.";
     if (kernel_name.empty() || std::find(kernels.begin(), kernels.end(), kernel_name) != kernels.end())
         return "";

@@ -1,5 +1,7 @@
 #include "opencl_translation_fixups.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <map>
 #include <regex>
@@ -13,23 +15,6 @@ namespace reference {
 namespace {
 
 constexpr size_t HEADER_WORDS = 5;
-constexpr uint32_t OP_UNDEF = 1;
-constexpr uint32_t OP_NAME = 5;
-constexpr uint32_t OP_DECORATE = 71;
-constexpr uint32_t DECORATION_LINKAGE_ATTRIBUTES = 41;
-constexpr uint32_t OP_ENTRY_POINT = 15;
-constexpr uint32_t OP_TYPE_INT = 21;
-constexpr uint32_t OP_CONSTANT = 43;
-constexpr uint32_t OP_SPEC_CONSTANT = 50;
-constexpr uint32_t OP_FUNCTION = 54;
-constexpr uint32_t OP_FUNCTION_END = 56;
-constexpr uint32_t OP_VARIABLE = 59;
-constexpr uint32_t OP_LABEL = 248;
-constexpr uint32_t OP_BRANCH = 249;
-constexpr uint32_t OP_BRANCH_CONDITIONAL = 250;
-constexpr uint32_t OP_SWITCH = 251;
-constexpr uint32_t STORAGE_CLASS_INPUT = 1;
-constexpr uint32_t STORAGE_CLASS_OUTPUT = 3;
 constexpr uint32_t VERSION_1_4 = 0x00010400;
 
 struct Instruction {
@@ -91,11 +76,11 @@ std::map<uint32_t, uint32_t> integer_value_widths(const std::vector<uint32_t>& m
     bool in_function = false;
     for (const Instruction& instruction : list) {
         const size_t at = instruction.offset;
-        if (instruction.opcode == OP_FUNCTION) in_function = true;
-        if (instruction.opcode == OP_TYPE_INT && instruction.word_count >= 3)
+        if (instruction.opcode == spv::OpFunction) in_function = true;
+        if (instruction.opcode == spv::OpTypeInt && instruction.word_count >= 3)
             type_widths[module[at + 1]] = module[at + 2];
-        bool may_hold_integer = in_function || instruction.opcode == OP_CONSTANT ||
-                                instruction.opcode == OP_SPEC_CONSTANT || instruction.opcode == OP_UNDEF;
+        bool may_hold_integer = in_function || instruction.opcode == spv::OpConstant ||
+                                instruction.opcode == spv::OpSpecConstant || instruction.opcode == spv::OpUndef;
         if (!may_hold_integer || instruction.word_count < 3) continue;
         auto type = type_widths.find(module[at + 1]);
         if (type != type_widths.end()) value_widths[module[at + 2]] = type->second;
@@ -107,13 +92,13 @@ std::vector<uint32_t> successors_of(const std::vector<uint32_t>& module, const I
                                     const std::map<uint32_t, uint32_t>& value_widths) {
     const size_t at = last.offset;
     switch (last.opcode) {
-        case OP_BRANCH:
+        case spv::OpBranch:
             if (last.word_count >= 2) return {module[at + 1]};
             break;
-        case OP_BRANCH_CONDITIONAL:
+        case spv::OpBranchConditional:
             if (last.word_count >= 4) return {module[at + 2], module[at + 3]};
             break;
-        case OP_SWITCH: {
+        case spv::OpSwitch: {
             // Selector, default, then (literal, label) pairs whose literal is
             // as wide as the selector: one word, or two for 64 bits.
             if (last.word_count < 3) break;
@@ -225,7 +210,7 @@ void order_blocks_by_dominance(std::vector<uint32_t>& module) {
     };
     for (size_t index = 0; index < list.size(); ++index) {
         const Instruction& instruction = list[index];
-        if (instruction.opcode == OP_LABEL) {
+        if (instruction.opcode == spv::OpLabel) {
             if (blocks.empty()) {
                 reordered.insert(reordered.end(), module.begin() + copied_to,
                                  module.begin() + instruction.offset);
@@ -236,7 +221,7 @@ void order_blocks_by_dominance(std::vector<uint32_t>& module) {
             block.label = instruction.word_count >= 2 ? module[instruction.offset + 1] : 0;
             block.begin = instruction.offset;
             blocks.push_back(block);
-        } else if (instruction.opcode == OP_FUNCTION_END && !blocks.empty()) {
+        } else if (instruction.opcode == spv::OpFunctionEnd && !blocks.empty()) {
             close_block(index);
             for (Block& block : blocks)
                 block.successors = successors_of(module, list[block.terminator], value_widths);
@@ -257,10 +242,10 @@ void complete_entry_point_interfaces(std::vector<uint32_t>& module) {
     const bool every_variable = module[1] >= VERSION_1_4;
     std::vector<uint32_t> variables;
     for (const Instruction& instruction : list) {
-        if (instruction.opcode == OP_FUNCTION) break;
-        if (instruction.opcode != OP_VARIABLE || instruction.word_count < 4) continue;
+        if (instruction.opcode == spv::OpFunction) break;
+        if (instruction.opcode != spv::OpVariable || instruction.word_count < 4) continue;
         uint32_t storage = module[instruction.offset + 3];
-        if (every_variable || storage == STORAGE_CLASS_INPUT || storage == STORAGE_CLASS_OUTPUT)
+        if (every_variable || storage == spv::StorageClassInput || storage == spv::StorageClassOutput)
             variables.push_back(module[instruction.offset + 2]);
     }
     if (variables.empty()) return;
@@ -269,7 +254,7 @@ void complete_entry_point_interfaces(std::vector<uint32_t>& module) {
     for (const Instruction& instruction : list) {
         const size_t begin = instruction.offset;
         const size_t end = begin + instruction.word_count;
-        if (instruction.opcode != OP_ENTRY_POINT || instruction.word_count < 4) {
+        if (instruction.opcode != spv::OpEntryPoint || instruction.word_count < 4) {
             rebuilt.insert(rebuilt.end(), module.begin() + begin, module.begin() + end);
             continue;
         }
@@ -278,7 +263,7 @@ void complete_entry_point_interfaces(std::vector<uint32_t>& module) {
         std::set<uint32_t> listed(module.begin() + std::min(interface_begin, end), module.begin() + end);
         for (uint32_t variable : variables)
             if (listed.insert(variable).second) words.push_back(variable);
-        words[0] = static_cast<uint32_t>(words.size() << 16) | OP_ENTRY_POINT;
+        words[0] = static_cast<uint32_t>(words.size() << 16) | spv::OpEntryPoint;
         rebuilt.insert(rebuilt.end(), words.begin(), words.end());
     }
     module.swap(rebuilt);
@@ -293,20 +278,20 @@ std::vector<std::string> undefined_function_names(const std::vector<uint32_t>& m
         const size_t at = instruction.offset;
         const size_t end = at + instruction.word_count;
         switch (instruction.opcode) {
-            case OP_NAME:
+            case spv::OpName:
                 if (instruction.word_count >= 3) names.emplace(module[at + 1], literal_string(module, at + 2, end));
                 break;
-            case OP_DECORATE:
+            case spv::OpDecorate:
                 // The linkage name, when there is one, wins: it is the source's spelling.
-                if (instruction.word_count >= 4 && module[at + 2] == DECORATION_LINKAGE_ATTRIBUTES)
+                if (instruction.word_count >= 4 && module[at + 2] == spv::DecorationLinkageAttributes)
                     names[module[at + 1]] = literal_string(module, at + 3, end);
                 break;
-            case OP_FUNCTION:
+            case spv::OpFunction:
                 function = instruction.word_count >= 3 ? module[at + 2] : 0;
                 has_body = false;
                 break;
-            case OP_LABEL: has_body = true; break;
-            case OP_FUNCTION_END:
+            case spv::OpLabel: has_body = true; break;
+            case spv::OpFunctionEnd:
                 if (!has_body) {
                     auto name = names.find(function);
                     undefined.push_back(name != names.end() ? name->second : "%" + std::to_string(function));

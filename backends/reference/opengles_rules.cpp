@@ -1,5 +1,7 @@
 #include "opengles_rules.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <sstream>
 
@@ -9,7 +11,6 @@ namespace reference {
 
 namespace {
 
-constexpr uint32_t SOURCE_LANGUAGE_ESSL = 1;
 
 std::string es_version_text(uint32_t version) {
     return version == 100 ? "100" : std::to_string(version) + " es";
@@ -60,7 +61,7 @@ RuleFindings check_opengles_rules(const std::string& source, const std::vector<u
     RuleFindings findings;
     const SourceDeclaration declared = source_declaration(module);
     const std::string version_at = "0:" + std::to_string(directive_line(source, "version", "")) + ": ";
-    if (declared.language != SOURCE_LANGUAGE_ESSL) {
+    if (declared.language != spv::SourceLanguageESSL) {
         findings.errors.push_back(version_at + "'#version' : OpenGL ES shaders declare #version 100, 300 es, "
                                                "310 es or 320 es; " + std::to_string(declared.version) +
                                   " is a desktop OpenGL version");

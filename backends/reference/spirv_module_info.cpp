@@ -1,5 +1,7 @@
 #include "spirv_module_info.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <functional>
 #include <unordered_set>
@@ -9,23 +11,13 @@ namespace reference {
 namespace {
 
 constexpr size_t HEADER_WORDS = 5;
-constexpr uint32_t OP_SOURCE = 3;
-constexpr uint32_t OP_SOURCE_EXTENSION = 4;
-constexpr uint32_t OP_ENTRY_POINT = 15;
-constexpr uint32_t OP_CAPABILITY = 17;
-constexpr uint32_t OP_FUNCTION = 54;
-constexpr uint32_t OP_FUNCTION_END = 56;
-constexpr uint32_t OP_LOOP_MERGE = 246;
-constexpr uint32_t OP_SELECTION_MERGE = 247;
-constexpr uint32_t OP_LABEL = 248;
-constexpr uint32_t OP_RETURN = 253;
 
 }  // namespace
 
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
                           const std::function<void(uint32_t, size_t, size_t)>& visit) {
-    if (module.size() < HEADER_WORDS || module[0] != SPIRV_MAGIC) return;
+    if (module.size() < HEADER_WORDS || module[0] != spv::MagicNumber) return;
     size_t at = HEADER_WORDS;
     while (at < module.size()) {
         const uint32_t count = module[at] >> 16;
@@ -57,7 +49,7 @@ uint32_t module_version(const std::vector<uint32_t>& module) {
 std::vector<EntryPoint> entry_points(const std::vector<uint32_t>& module) {
     std::vector<EntryPoint> found;
     for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
-        if (opcode != OP_ENTRY_POINT || end - first < 4) return;
+        if (opcode != spv::OpEntryPoint || end - first < 4) return;
         found.push_back({module[first + 1], literal_string(module, first + 3, end)});
     });
     return found;
@@ -66,10 +58,10 @@ std::vector<EntryPoint> entry_points(const std::vector<uint32_t>& module) {
 SourceDeclaration source_declaration(const std::vector<uint32_t>& module) {
     SourceDeclaration source;
     for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
-        if (opcode == OP_SOURCE && end - first >= 3) {
+        if (opcode == spv::OpSource && end - first >= 3) {
             source.language = module[first + 1];
             source.version = module[first + 2];
-        } else if (opcode == OP_SOURCE_EXTENSION && end - first >= 2) {
+        } else if (opcode == spv::OpSourceExtension && end - first >= 2) {
             source.extensions.push_back(literal_string(module, first + 1, end));
         }
     });
@@ -79,7 +71,7 @@ SourceDeclaration source_declaration(const std::vector<uint32_t>& module) {
 bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability) {
     bool found = false;
     for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
-        if (opcode == OP_CAPABILITY && end - first >= 2 && module[first + 1] == capability)
+        if (opcode == spv::OpCapability && end - first >= 2 && module[first + 1] == capability)
             found = true;
     });
     return found;
@@ -92,16 +84,16 @@ bool has_only_empty_functions(const std::vector<uint32_t>& module) {
     bool empty = true;
     uint32_t previous = 0;
     for_each_instruction(module, [&](uint32_t opcode, size_t, size_t) {
-        if (opcode == OP_FUNCTION) in_functions = true;
+        if (opcode == spv::OpFunction) in_functions = true;
         if (!in_functions) return;
-        const bool expected = (opcode == OP_FUNCTION && (previous == 0 || previous == OP_FUNCTION_END)) ||
-                              (opcode == OP_LABEL && previous == OP_FUNCTION) ||
-                              (opcode == OP_RETURN && previous == OP_LABEL) ||
-                              (opcode == OP_FUNCTION_END && previous == OP_RETURN);
+        const bool expected = (opcode == spv::OpFunction && (previous == 0 || previous == spv::OpFunctionEnd)) ||
+                              (opcode == spv::OpLabel && previous == spv::OpFunction) ||
+                              (opcode == spv::OpReturn && previous == spv::OpLabel) ||
+                              (opcode == spv::OpFunctionEnd && previous == spv::OpReturn);
         empty = empty && expected;
         previous = opcode;
     });
-    return in_functions && empty && previous == OP_FUNCTION_END;
+    return in_functions && empty && previous == spv::OpFunctionEnd;
 }
 
 size_t control_flow_nesting_depth(const std::vector<uint32_t>& module) {
@@ -109,14 +101,14 @@ size_t control_flow_nesting_depth(const std::vector<uint32_t>& module) {
     std::unordered_set<uint32_t> open_set;
     size_t deepest = 0;
     for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
-        if (opcode == OP_FUNCTION) {
+        if (opcode == spv::OpFunction) {
             open_merges.clear();
             open_set.clear();
-        } else if ((opcode == OP_SELECTION_MERGE || opcode == OP_LOOP_MERGE) && end - first >= 2) {
+        } else if ((opcode == spv::OpSelectionMerge || opcode == spv::OpLoopMerge) && end - first >= 2) {
             open_merges.push_back(module[first + 1]);
             open_set.insert(module[first + 1]);
             deepest = std::max(deepest, open_merges.size());
-        } else if (opcode == OP_LABEL && end - first >= 2 && open_set.count(module[first + 1])) {
+        } else if (opcode == spv::OpLabel && end - first >= 2 && open_set.count(module[first + 1])) {
             // Reaching a merge block closes its construct and any left open inside it.
             uint32_t closed;
             do {

@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
+#include <glslang/SPIRV/spirv.hpp>
+
 namespace reference {
 
-constexpr uint32_t SPIRV_MAGIC = 0x07230203;
 
 struct EntryPoint {
     uint32_t execution_model = 0;

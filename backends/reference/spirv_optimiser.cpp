@@ -1,5 +1,7 @@
 #include "spirv_optimiser.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <spirv-tools/optimizer.hpp>
 
 #include <functional>
@@ -15,9 +17,6 @@ namespace reference {
 
 namespace {
 
-constexpr uint32_t OP_LOOP_MERGE = 246;
-constexpr uint32_t LOOP_CONTROL_UNROLL = 0x1;
-constexpr uint32_t LOOP_CONTROL_DONT_UNROLL = 0x2;
 
 // A loop is unrolled when it has a constant trip count and unrolling it adds
 // at most this many words, about 400 instructions: enough for a handful of
@@ -102,7 +101,7 @@ void register_final_passes(spvtools::Optimizer& optimizer) {
 std::vector<size_t> loop_control_words(const std::vector<uint32_t>& module) {
     std::vector<size_t> found;
     for_each_instruction(module, [&](uint32_t opcode, size_t at, size_t end) {
-        if (opcode == OP_LOOP_MERGE && end - at >= 4) found.push_back(at + 3);
+        if (opcode == spv::OpLoopMerge && end - at >= 4) found.push_back(at + 3);
     });
     return found;
 }
@@ -113,9 +112,9 @@ std::vector<uint32_t> ask_to_unroll(std::vector<uint32_t> module, size_t loop_in
     const std::vector<size_t> controls = loop_control_words(module);
     for (size_t i = 0; i < controls.size(); ++i) {
         if (i == loop_index)
-            module[controls[i]] |= LOOP_CONTROL_UNROLL;
+            module[controls[i]] |= spv::LoopControlUnrollMask;
         else
-            module[controls[i]] &= ~LOOP_CONTROL_UNROLL;
+            module[controls[i]] &= ~spv::LoopControlUnrollMask;
     }
     return module;
 }
@@ -124,7 +123,7 @@ std::vector<uint32_t> ask_to_unroll(std::vector<uint32_t> module, size_t loop_in
 // not be.
 bool asks_to_unroll(const std::vector<uint32_t>& module) {
     for (size_t control : loop_control_words(module)) {
-        if (module[control] & LOOP_CONTROL_UNROLL) return true;
+        if (module[control] & spv::LoopControlUnrollMask) return true;
     }
     return false;
 }
@@ -156,7 +155,7 @@ std::vector<uint32_t> unroll_small_constant_loops(std::vector<uint32_t> module, 
         if (!trips || *trips > MAX_UNROLL_TRIPS) continue;
         // Folding shrinks the copies, but not by this much.
         if (loops[loop_index].body_words * *trips > 2 * UNROLL_GROWTH_LIMIT) continue;
-        if (module[controls[loop_index]] & LOOP_CONTROL_DONT_UNROLL) continue;
+        if (module[controls[loop_index]] & spv::LoopControlDontUnrollMask) continue;
 
         // Inlining leaves copies of one loop side by side; one refusal
         // answers for all of them.

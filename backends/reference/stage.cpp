@@ -1,5 +1,7 @@
 #include "stage.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <cstdint>
 #include <vector>
 
@@ -16,19 +18,19 @@ struct StageRow {
 
 const std::vector<StageRow>& stage_rows() {
     static const std::vector<StageRow> rows = {
-        {Stage::Vertex, "vertex", "vertex", 0},
-        {Stage::TessellationControl, "tessellation_control", "tessellation control", 1},
-        {Stage::TessellationEvaluation, "tessellation_evaluation", "tessellation evaluation", 2},
-        {Stage::Geometry, "geometry", "geometry", 3},
-        {Stage::Fragment, "fragment", "fragment", 4},
-        {Stage::Compute, "compute", "compute", 5},
-        {Stage::Kernel, "kernel", "kernel", 6},
-        {Stage::RayGeneration, "ray_generation", "ray generation", 5313},
-        {Stage::RayIntersection, "ray_intersection", "ray intersection", 5314},
-        {Stage::RayAnyHit, "ray_anyhit", "ray any-hit", 5315},
-        {Stage::RayClosestHit, "ray_closest_hit", "ray closest-hit", 5316},
-        {Stage::RayMiss, "ray_miss", "ray miss", 5317},
-        {Stage::Callable, "callable", "callable", 5318},
+        {Stage::Vertex, "vertex", "vertex", spv::ExecutionModelVertex},
+        {Stage::TessellationControl, "tessellation_control", "tessellation control", spv::ExecutionModelTessellationControl},
+        {Stage::TessellationEvaluation, "tessellation_evaluation", "tessellation evaluation", spv::ExecutionModelTessellationEvaluation},
+        {Stage::Geometry, "geometry", "geometry", spv::ExecutionModelGeometry},
+        {Stage::Fragment, "fragment", "fragment", spv::ExecutionModelFragment},
+        {Stage::Compute, "compute", "compute", spv::ExecutionModelGLCompute},
+        {Stage::Kernel, "kernel", "kernel", spv::ExecutionModelKernel},
+        {Stage::RayGeneration, "ray_generation", "ray generation", spv::ExecutionModelRayGenerationKHR},
+        {Stage::RayIntersection, "ray_intersection", "ray intersection", spv::ExecutionModelIntersectionKHR},
+        {Stage::RayAnyHit, "ray_anyhit", "ray any-hit", spv::ExecutionModelAnyHitKHR},
+        {Stage::RayClosestHit, "ray_closest_hit", "ray closest-hit", spv::ExecutionModelClosestHitKHR},
+        {Stage::RayMiss, "ray_miss", "ray miss", spv::ExecutionModelMissKHR},
+        {Stage::Callable, "callable", "callable", spv::ExecutionModelCallableKHR},
     };
     return rows;
 }
@@ -53,7 +55,7 @@ std::string stage_text(Stage stage) { return row_of(stage).text; }
 
 std::string stage_description(Stage stage) { return row_of(stage).description; }
 
-bool is_ray_tracing_stage(Stage stage) { return row_of(stage).execution_model >= 5313; }
+bool is_ray_tracing_stage(Stage stage) { return row_of(stage).execution_model >= spv::ExecutionModelRayGenerationKHR; }
 
 bool is_tessellation_stage(Stage stage) {
     return stage == Stage::TessellationControl || stage == Stage::TessellationEvaluation;

@@ -1,30 +1,15 @@
 #include "input/spirv_module.h"
 
+#include <glslang/SPIRV/spirv.hpp>
+
 #include <algorithm>
 #include <optional>
 
 namespace {
 
-constexpr uint32_t SPIRV_MAGIC = 0x07230203;
 constexpr size_t WORD_BYTES = 4;
 constexpr size_t HEADER_BYTES = 5 * WORD_BYTES;
 
-enum Opcode : uint16_t {
-    OpExtension = 10,
-    OpEntryPoint = 15,
-    OpTypeInt = 21,
-    OpSpecConstantTrue = 48,
-    OpSpecConstantFalse = 49,
-    OpSpecConstant = 50,
-    OpDecorate = 71,
-    OpMemberDecorate = 72,
-    OpDecorateId = 332,
-    OpDecorateString = 5632,
-    OpMemberDecorateString = 5633,
-};
-
-constexpr uint32_t DECORATION_SPEC_ID = 1;
-constexpr uint32_t DECORATION_USER_TYPE = 5636;
 
 const std::vector<std::string> SPIRV_STRIPPED_EXTENSIONS = {
     "SPV_GOOGLE_user_type",
@@ -42,7 +27,7 @@ void write_word(Bytes& module, size_t offset, uint32_t word) {
 }
 
 bool has_magic(const Bytes& module) {
-    return module.size() >= WORD_BYTES && read_word(module, 0) == SPIRV_MAGIC;
+    return module.size() >= WORD_BYTES && read_word(module, 0) == spv::MagicNumber;
 }
 
 // One instruction of a module, seen through bounds-checked accessors: an
@@ -104,11 +89,11 @@ SpirvEntryPoint read_entry_point(const Instruction& instruction) {
 
 bool is_user_type_decoration(const Instruction& instruction) {
     switch (instruction.opcode()) {
-        case OpDecorate:
-        case OpDecorateId:
-        case OpDecorateString: return instruction.word(2) == DECORATION_USER_TYPE;
-        case OpMemberDecorate:
-        case OpMemberDecorateString: return instruction.word(3) == DECORATION_USER_TYPE;
+        case spv::OpDecorate:
+        case spv::OpDecorateId:
+        case spv::OpDecorateString: return instruction.word(2) == spv::DecorationUserTypeGOOGLE;
+        case spv::OpMemberDecorate:
+        case spv::OpMemberDecorateString: return instruction.word(3) == spv::DecorationUserTypeGOOGLE;
         default: return false;
     }
 }
@@ -126,7 +111,7 @@ void remove_instruction(Bytes& module, const Instruction& instruction) {
 }
 
 bool is_spec_id_for(const Instruction& instruction, uint32_t location) {
-    return instruction.opcode() == OpDecorate && instruction.word(2) == DECORATION_SPEC_ID &&
+    return instruction.opcode() == spv::OpDecorate && instruction.word(2) == spv::DecorationSpecId &&
            instruction.word(3) == location;
 }
 
@@ -194,7 +179,7 @@ std::vector<SpirvEntryPoint> enumerate_spirv_entrypoints(const Bytes& module) {
     std::vector<SpirvEntryPoint> entry_points;
     if (!has_magic(module)) return entry_points;
     walk_instructions(module, [&](const Instruction& instruction) {
-        if (instruction.opcode() == OpEntryPoint)
+        if (instruction.opcode() == spv::OpEntryPoint)
             entry_points.push_back(read_entry_point(instruction));
         return Step::Next;
     });
@@ -205,7 +190,7 @@ std::vector<std::string> preprocess_spirv(Bytes& module) {
     std::vector<std::string> warnings;
     if (!has_magic(module)) return warnings;
     walk_instructions(module, [&](const Instruction& instruction) {
-        if (instruction.opcode() == OpExtension) {
+        if (instruction.opcode() == spv::OpExtension) {
             std::string name = instruction.string_at(1);
             if (!is_stripped_extension(name)) return Step::Next;
             warnings.push_back("0:1: X0004: " + name + " semantic extension is not supported");
@@ -226,10 +211,10 @@ std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool
         uint16_t opcode = instruction.opcode();
         if (is_spec_id_for(instruction, location)) {
             wanted_id = instruction.word(1);
-        } else if ((opcode == OpSpecConstantTrue || opcode == OpSpecConstantFalse) && wanted_id &&
+        } else if ((opcode == spv::OpSpecConstantTrue || opcode == spv::OpSpecConstantFalse) && wanted_id &&
                    instruction.word(2) == wanted_id) {
             found = true;
-            uint16_t wanted_opcode = value ? OpSpecConstantTrue : OpSpecConstantFalse;
+            uint16_t wanted_opcode = value ? spv::OpSpecConstantTrue : spv::OpSpecConstantFalse;
             if (opcode != wanted_opcode)
                 write_word(module, instruction.start(),
                            instruction.word_count() << 16 | wanted_opcode);
@@ -241,7 +226,7 @@ std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool
     return "No boolean specialization constant at location " + std::to_string(location);
 }
 
-// A constant whose type is not a declared 8/16/32/64-bit OpTypeInt, or whose
+// A constant whose type is not a declared 8/16/32/64-bit spv::OpTypeInt, or whose
 // word count is too short for its type's literal, is not an integer constant.
 std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64_t value) {
     if (!has_magic(module)) return "Program is not SPIR-V";
@@ -253,9 +238,9 @@ std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64
         uint16_t opcode = instruction.opcode();
         if (is_spec_id_for(instruction, location)) {
             wanted_id = instruction.word(1);
-        } else if (opcode == OpTypeInt) {
+        } else if (opcode == spv::OpTypeInt) {
             if (auto type = read_int_type(instruction)) int_types.push_back(*type);
-        } else if (opcode == OpSpecConstant && wanted_id && instruction.word(2) == wanted_id) {
+        } else if (opcode == spv::OpSpecConstant && wanted_id && instruction.word(2) == wanted_id) {
             auto type_id = instruction.word(1);
             for (const auto& type : int_types) {
                 if (type.id != type_id) continue;

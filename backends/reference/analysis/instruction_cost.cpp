@@ -130,8 +130,8 @@ void CostBuilder::texture() {
     }
     add(PipeT, units);
     const uint16_t op = instruction_.opcode;
-    const bool projective = (op >= OpImageSampleImplicitLod + 4 && op <= OpImageSampleProjDrefExplicitLod) ||
-                            (op >= OpImageSparseSampleImplicitLod + 4 && op <= OpImageSparseSampleImplicitLod + 7);
+    const bool projective = (op >= OpImageSampleProjImplicitLod && op <= OpImageSampleProjDrefExplicitLod) ||
+                            (op >= OpImageSparseSampleProjImplicitLod && op <= OpImageSparseSampleProjDrefExplicitLod);
     if (projective) arithmetic(PipeSFU, 1, 1);  // the divide by q
 }
 
@@ -192,7 +192,7 @@ InstructionCost CostBuilder::build() {
         case OpSelect: case OpVectorTimesScalar: case OpMatrixTimesScalar: case OpOuterProduct:
             elementwise(result, 1, 0, 0);
             break;
-        case OpIAddCarry: case OpIAddCarry + 1: case OpIAddCarry + 2: case OpSMulExtended:
+        case OpIAddCarry: case OpISubBorrow: case OpUMulExtended: case OpSMulExtended:
             elementwise(operand_type(0), 2, 0, 0);
             break;
         case OpAny: case OpAll: case OpDot:
@@ -259,7 +259,7 @@ InstructionCost CostBuilder::build() {
             } else if ((op >= OpIsNan && op <= OpFUnordGreaterThanEqual) || (op >= OpBitwiseOr && op <= OpNot) ||
                        (op >= OpSDot && op <= OpSUDotAccSat)) {
                 elementwise(result, 1, 0, 0);
-            } else if ((op >= OpConvertFToU && op < OpConvertUToPtr && op != OpConvertUToPtr - 3) ||
+            } else if ((op >= OpConvertFToU && op < OpConvertUToPtr && op != OpConvertPtrToU) ||
                        (op >= OpShiftRightLogical && op <= OpShiftLeftLogical) ||
                        (op >= OpBitFieldInsert && op <= OpBitCount) ||
                        (op >= OpGroupNonUniformElect && op <= OpGroupNonUniformQuadSwap) ||

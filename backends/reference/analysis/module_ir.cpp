@@ -19,7 +19,7 @@ bool is_type_declaration(uint16_t opcode) {
 
 bool is_constant_declaration(uint16_t opcode) {
     return opcode == OpUndef || (opcode >= OpConstantTrue && opcode <= OpConstantNull) ||
-           (opcode >= OpSpecConstantTrue && opcode <= OpSpecConstantOp) || opcode == 323;
+           (opcode >= OpSpecConstantTrue && opcode <= OpSpecConstantOp) || opcode == spv::OpConstantPipeStorage;
 }
 
 // Function-body opcodes that never produce a result.
@@ -202,21 +202,35 @@ private:
     std::vector<std::pair<uint32_t, uint32_t>> modes_;
 };
 
+// The plain image instruction a sparse one mirrors: its operands sit at the
+// same places.
+uint16_t without_residency(uint16_t opcode) {
+    switch (opcode) {
+        case OpImageSparseSampleImplicitLod: return OpImageSampleImplicitLod;
+        case OpImageSparseSampleExplicitLod: return OpImageSampleExplicitLod;
+        case OpImageSparseSampleDrefImplicitLod: return OpImageSampleDrefImplicitLod;
+        case OpImageSparseSampleDrefExplicitLod: return OpImageSampleDrefExplicitLod;
+        case OpImageSparseSampleProjImplicitLod: return OpImageSampleProjImplicitLod;
+        case OpImageSparseSampleProjExplicitLod: return OpImageSampleProjExplicitLod;
+        case OpImageSparseSampleProjDrefImplicitLod: return OpImageSampleProjDrefImplicitLod;
+        case OpImageSparseSampleProjDrefExplicitLod: return OpImageSampleProjDrefExplicitLod;
+        case OpImageSparseFetch: return OpImageFetch;
+        case OpImageSparseGather: return OpImageGather;
+        case OpImageSparseDrefGather: return OpImageDrefGather;
+        case OpImageSparseRead: return OpImageRead;
+        default: return opcode;
+    }
+}
+
 }  // namespace
 
 int image_operands_position(uint16_t opcode) {
-    uint16_t base = opcode;
-    if (opcode >= OpImageSparseSampleImplicitLod && opcode <= OpImageSparseDrefGather) {
-        base = static_cast<uint16_t>(opcode - (OpImageSparseSampleImplicitLod - OpImageSampleImplicitLod));
-    } else if (opcode == OpImageSparseRead) {
-        base = OpImageRead;
-    }
-    switch (base) {
-        case OpImageSampleImplicitLod: case OpImageSampleImplicitLod + 1: case OpImageSampleImplicitLod + 4:
-        case OpImageSampleImplicitLod + 5: case OpImageFetch: case OpImageRead:
+    switch (without_residency(opcode)) {
+        case OpImageSampleImplicitLod: case OpImageSampleExplicitLod: case OpImageSampleProjImplicitLod:
+        case OpImageSampleProjExplicitLod: case OpImageFetch: case OpImageRead:
             return 2;
-        case OpImageSampleDrefImplicitLod: case OpImageSampleDrefImplicitLod + 1:
-        case OpImageSampleProjDrefExplicitLod - 1: case OpImageSampleProjDrefExplicitLod:
+        case OpImageSampleDrefImplicitLod: case OpImageSampleDrefExplicitLod:
+        case OpImageSampleProjDrefImplicitLod: case OpImageSampleProjDrefExplicitLod:
         case OpImageGather: case OpImageDrefGather: case OpImageWrite:
             return 3;
         default:

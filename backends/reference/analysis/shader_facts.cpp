@@ -5,6 +5,8 @@
 #include <set>
 #include <unordered_set>
 
+#include <spirv/unified1/OpenCL.std.h>
+
 #include "analysis/spirv_defs.h"
 #include "analysis/type_facts.h"
 
@@ -53,8 +55,10 @@ bool has_side_effects(const Program& program) {
             const uint32_t number = instruction.operands[1];
             auto set = program.module.ext_imports.find(instruction.operands[0]);
             found = set != program.module.ext_imports.end() && set->second == "OpenCL.std" &&
-                    ((number >= 172 && number <= 181 && number != 173 && number != 174 && number != 179) ||
-                     number == 184);
+                    ((number >= OpenCLLIB::Vstoren && number <= OpenCLLIB::Vstorea_halfn_r &&
+                      number != OpenCLLIB::Vload_half && number != OpenCLLIB::Vload_halfn &&
+                      number != OpenCLLIB::Vloada_halfn) ||
+                     number == OpenCLLIB::Printf);
         }
     });
     return found;

@@ -21,7 +21,7 @@ using namespace spirv;
 bool thread_bound(uint16_t op) {
     return op == OpPhi || op == OpFunctionCall || op == OpVariable || op == OpSampledImage || op == OpImage ||
            (op >= OpDPdx && op <= OpFwidthCoarse) || (op >= OpGroupNonUniformElect && op <= OpGroupNonUniformQuadSwap) ||
-           (op >= 4421 && op <= 4432) || (op >= OpImageSampleImplicitLod && op <= OpImageQuerySamples) ||
+           (op >= spv::OpSubgroupBallotKHR && op <= spv::OpSubgroupReadInvocationKHR) || (op >= OpImageSampleImplicitLod && op <= OpImageQuerySamples) ||
            (op >= OpImageSparseSampleImplicitLod && op <= OpImageSparseRead) || op == OpImageTexelPointer;
 }
 
