@@ -24,7 +24,7 @@ struct Instruction {
 };
 
 std::vector<Instruction> instructions_of(const std::vector<uint32_t>& module) {
-    if (module.size() < HEADER_WORDS || module[0] != 0x07230203)
+    if (module.size() < HEADER_WORDS || module[0] != spv::MagicNumber)
         throw std::runtime_error("the translator produced no SPIR-V module");
     std::vector<Instruction> list;
     for (size_t offset = HEADER_WORDS; offset < module.size();) {
