@@ -76,11 +76,21 @@ if(NOT _shadex_banner_at EQUAL 0)
     "install of glslang ${SHADEX_GLSLANG_DEB_VERSION}.")
 endif()
 
-# The input layer checks the validator it runs against the same banner.
-# The input layer reads SPIR-V by the official header's names.
+# The input layer checks the validator it runs against the same banner, and
+# reads SPIR-V by the official header's names.
 target_include_directories(shadex_input SYSTEM PRIVATE "${SHADEX_GLSLANG_PREFIX}/include")
 target_compile_definitions(shadex_input PRIVATE
   SHADEX_GLSLANG_BANNER="${SHADEX_GLSLANG_BANNER}")
+
+# The library the validator is made of: the reference back-end compiles
+# OpenGL ES with it, and shadex-suite converts Vulkan GLSL as the validator does.
+find_package(glslang CONFIG REQUIRED PATHS ${SHADEX_GLSLANG_PREFIX} NO_DEFAULT_PATH GLOBAL)
+target_link_libraries(shadex_suite PUBLIC glslang::glslang glslang::SPIRV glslang::glslang-default-resource-limits)
+# glslang is built without run-time type information, which the sanitizer's
+# virtual-pointer check needs in code that uses its classes.
+if(SHADEX_SANITIZE OR SHADEX_LIBFUZZER)
+  target_compile_options(shadex_suite PRIVATE -fno-sanitize=vptr)
+endif()
 
 set(_shadex_glslang_copy "${SHADEX_BIN_DIR}/external/glslang")
 add_custom_command(

@@ -212,11 +212,11 @@ std::string resolve_entrypoint(const Bytes& module, SourceType stage, std::strin
 CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::string entrypoint,
                                 const std::vector<std::string>& defines,
                                 const SpecializationConstants& constants,
-                                const std::vector<std::string>& include_dirs) {
+                                const std::vector<std::string>& include_dirs, VulkanConverter convert) {
     bool relaxed = false;
     if (!shape.is_spirv) {
         std::vector<std::string> messages;
-        shape.bytes = compile_to_spirv(shape.bytes, defines,
+        shape.bytes = convert(shape.bytes, defines,
                                        pretty_print_version_string(compiler.version), entrypoint,
                                        shape.stage, messages, relaxed, include_dirs);
         entrypoint = "main";
@@ -281,7 +281,8 @@ int run_info_job(OptionSet& options, CompilerManager& manager, OmbraOutput& outp
     return 0;
 }
 
-int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output) {
+int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
+                    VulkanConverter convert_vulkan_glsl) {
     InputShape shape = examine_inputs(options);
     std::string source_text;
     if (!shape.is_spirv) source_text.assign(shape.bytes.begin(), shape.bytes.end());
@@ -310,7 +311,7 @@ int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& o
     std::string cl_std = "CL" + cl_version;
     CompileOutputPtr result;
     if (api == CompilerType::Vulkan)
-        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants, include_dirs);
+        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants, include_dirs, convert_vulkan_glsl);
     else if (api == CompilerType::OpenCL && shape.is_spirv)
         result = compiler->compile_spirv(shape.bytes, shape.stage, cl_std, entrypoint);
     else

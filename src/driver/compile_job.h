@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "common/vocabulary.h"
 #include "compiler/compiler_manager.h"
@@ -14,7 +15,15 @@
 Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type,
                              SourceType stage);
 
+// How Vulkan GLSL becomes SPIR-V: compile_to_spirv's contract
+// (input/glslang_validator.h), which is also the default.
+using VulkanConverter = Bytes (*)(const Bytes& source, const std::vector<std::string>& defines,
+                                  const std::string& version, const std::string& entrypoint, SourceType stage,
+                                  std::vector<std::string>& messages, bool& relaxed,
+                                  const std::vector<std::string>& include_dirs);
+
 // Each returns the process exit status.
 int run_list_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);
 int run_info_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);
-int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);
+int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output,
+                    VulkanConverter convert_vulkan_glsl);

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "driver/shadex_run.h"
+#include "suite/vulkan_glsl_in_process.h"
 
 namespace {
 
@@ -120,7 +121,8 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager,
             return outcome;
         }
         std::ostringstream out, err;
-        outcome.status = run_shadex(shadex_arguments(*run.entry, run.core), manager, out, err);
+        outcome.status = run_shadex(shadex_arguments(*run.entry, run.core), manager, out, err,
+                                    convert_vulkan_glsl_in_process);
         outcome.out = out.str();
         outcome.err = err.str();
         return outcome;

@@ -59,6 +59,48 @@ TEST(Suite, RecordsAreWhatShadexPrintsForTheSameRun) {
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
+// Vulkan GLSL is converted in the suite's own process: the module, and the
+// messages of a source that does not convert, are the validator's.
+TEST(Suite, VulkanGlslConvertsAsTheValidatorDoes) {
+    TempDir files;
+    const std::string head = "#version 450\nlayout(location = 0) out vec4 color;\n";
+    files.write("tint.frag", head + "void main() { color = TINT; }\n");
+    files.write("shade.frag", head + "void shade() { color = vec4(0.5); }\n");
+    files.write("broken.frag", head + "void main() { color = undefined_one; }\n");
+    files.write("rays.rgen", "#version 460\n#extension GL_EXT_ray_tracing : require\n"
+                             "layout(location = 0) rayPayloadEXT vec3 hit;\nvoid main() { hit = vec3(gl_LaunchIDEXT); }\n");
+    const std::vector<std::vector<std::string>> lines = {
+        {"--vulkan", "-D", "TINT=vec4(0.25, 0.5, 0.75, 1.0)", "tint.frag"},
+        {"--vulkan", "-n", "shade", "shade.frag"},
+        {"--vulkan", "broken.frag"},
+        {"--vulkan", "rays.rgen"},
+    };
+    std::string list;
+    for (const auto& line : lines) {
+        for (const std::string& word : line) list += "'" + word + "' ";
+        list += "\n";
+    }
+    files.write("list.txt", list);
+    RunOptions here;
+    here.working_dir = files.path();
+    for (const std::string core : {"Koro-N68", "Koro N1"}) {
+        json document = parse_results(run_shadex_suite({"run", "-q", "-c", core, "@list.txt"}, here));
+        ASSERT_EQ(document["records"].size(), lines.size());
+        for (const auto& line : lines) {
+            std::string id = "list.txt: ";
+            for (const std::string& word : line) id += "'" + word + "' ";
+            id.pop_back();
+            const json* record = find_record(document, id, core);
+            ASSERT_NE(record, nullptr) << id;
+            std::vector<std::string> args = {"-c", core, "--format", "json"};
+            args.insert(args.end(), line.begin(), line.end());
+            RunResult alone = run_shadex(args, here);
+            EXPECT_EQ((*record)["status"], alone.status) << id;
+            EXPECT_EQ((*record)["report"].dump(-1, ' ', false, json::error_handler_t::replace) + "\n", alone.out) << id;
+        }
+    }
+}
+
 TEST(Suite, ListLinesRunFromTheListsDirectoryUnderShadexsRules) {
     TempDir files;
     files.write("set/a.frag", "void main() { gl_FragColor = vec4(1.0); }\n");
