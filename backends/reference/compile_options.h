@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "stage.h"
+#include "analysis/stage.h"
 
 namespace reference {
 

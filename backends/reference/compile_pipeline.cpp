@@ -190,7 +190,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     AnalysisRequest request;
     request.module = optimise && !has_only_empty_functions(module) ? optimise_module(module, environment) : module;
     request.entry_point = entry_point;
-    request.stage = stage_text(options.stage);
+    request.stage = options.stage;
     request.core = core.name;
     request.request_pilot = options.request_pilot;
     request.request_idvs = options.request_idvs;

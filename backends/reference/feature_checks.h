@@ -9,7 +9,7 @@
 #include "api.h"
 #include "core_catalogue.h"
 #include "core_features.h"
-#include "stage.h"
+#include "analysis/stage.h"
 
 namespace reference {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "front_end.h"
-#include "stage.h"
+#include "analysis/stage.h"
 
 namespace reference {
 

@@ -13,7 +13,7 @@
 #include "analysis/tile_variables.h"
 #include "core_catalogue.h"
 #include "core_features.h"
-#include "stage.h"
+#include "analysis/stage.h"
 
 namespace reference {
 

@@ -21,15 +21,6 @@ constexpr int VARYING_VARIANT = 1;
 constexpr int POSITION_VARIANT = 256;
 constexpr uint32_t UNASSIGNED_STREAM = 65535;
 
-std::string stage_of_model(uint32_t model) {
-    static const std::unordered_map<uint32_t, std::string> stages = {
-        {0, "vertex"}, {1, "tessellation_control"}, {2, "tessellation_evaluation"}, {3, "geometry"},
-        {4, "fragment"}, {5, "compute"}, {6, "kernel"}, {5313, "ray_generation"}, {5314, "ray_intersection"},
-        {5315, "ray_anyhit"}, {5316, "ray_closest_hit"}, {5317, "ray_miss"}, {5318, "callable"}};
-    auto found = stages.find(model);
-    return found == stages.end() ? std::string() : found->second;
-}
-
 // Everything in `keep` that `drop` does not hold.
 InstructionMask without(const Program& program, InstructionMask keep, const InstructionMask& drop) {
     program.for_each_instruction([&](size_t fn, size_t b, const Instruction& instruction) {
@@ -119,7 +110,7 @@ void analyse(const AnalysisRequest& request, const CoreModel& core, AnalysisResu
         return;
     }
     AnalysisRequest effective = request;
-    if (effective.stage.empty()) effective.stage = stage_of_model(entry->execution_model);
+    if (!effective.stage) effective.stage = stage_of_execution_model(entry->execution_model);
     const Program program(module, architecture_profile(core.architecture), effective.stage, *entry,
                           request.tile_variables);
     const VariantWriter writer(program, core, effective);

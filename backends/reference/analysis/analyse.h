@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "analysis/stage.h"
 #include "analysis/tile_variables.h"
 
 namespace reference {
@@ -14,7 +16,7 @@ namespace reference {
 struct AnalysisRequest {
     std::vector<uint32_t> module;   // valid, optimised SPIR-V
     std::string entry_point;         // name of the OpEntryPoint to analyse
-    std::string stage;               // the "shader_type" text
+    std::optional<Stage> stage;      // none: the entry point's own
     std::string core;                // core name as reported, e.g. "Koro-N68"
     bool request_pilot = false;      // split uniform-only work into a pilot variant
     bool request_idvs = false;       // split a vertex shader into Position and Varying variants

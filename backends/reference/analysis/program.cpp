@@ -66,16 +66,6 @@ ControlFlow build_control_flow(const Module& module, const Function& function) {
     return flow;
 }
 
-uint32_t execution_model_of(const std::string& stage) {
-    static const std::unordered_map<std::string, uint32_t> models = {
-        {"vertex", 0}, {"tessellation_control", 1}, {"tessellation_evaluation", 2}, {"geometry", 3},
-        {"fragment", 4}, {"compute", 5}, {"kernel", 6}, {"ray_generation", 5313},
-        {"ray_intersection", 5314}, {"ray_anyhit", 5315}, {"ray_closest_hit", 5316},
-        {"ray_miss", 5317}, {"callable", 5318}};
-    auto found = models.find(stage);
-    return found == models.end() ? UINT32_MAX : found->second;
-}
-
 bool holds_array(const Module& module, uint32_t type_id) {
     const Instruction* type = module.type(type_id);
     return type != nullptr && (type->opcode == OpTypeArray || type->opcode == OpTypeStruct);
@@ -83,8 +73,8 @@ bool holds_array(const Module& module, uint32_t type_id) {
 
 }  // namespace
 
-const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, const std::string& stage) {
-    const uint32_t model = execution_model_of(stage);
+const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, std::optional<Stage> stage) {
+    const uint32_t model = stage ? execution_model(*stage) : UINT32_MAX;
     const EntryPointDecl* by_name = nullptr;
     for (const auto& entry : module.entry_points) {
         if (!name.empty() && entry.name != name) continue;
@@ -94,9 +84,9 @@ const EntryPointDecl* find_entry_point(const Module& module, const std::string& 
     return by_name;
 }
 
-Program::Program(const Module& module_in, const ArchitectureProfile& profile_in, std::string stage_in,
+Program::Program(const Module& module_in, const ArchitectureProfile& profile_in, std::optional<Stage> stage_in,
                  const EntryPointDecl& entry_in, const TileVariables& tile_names)
-    : module(module_in), profile(profile_in), stage(std::move(stage_in)), entry(&entry_in) {
+    : module(module_in), profile(profile_in), stage(stage_in), entry(&entry_in) {
     for (const auto& [id, name] : module.names) {
         auto tile = tile_names.find(name);
         if (tile != tile_names.end() && module.global_variables.count(id) > 0) tile_variables.emplace(id, tile->second);

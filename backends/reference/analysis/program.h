@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -12,6 +13,7 @@
 #include "analysis/core_model.h"
 #include "analysis/loops.h"
 #include "analysis/module_ir.h"
+#include "analysis/stage.h"
 #include "analysis/tile_variables.h"
 
 namespace reference {
@@ -50,7 +52,7 @@ enum class MemoryKind {
 struct Program {
     const Module& module;
     const ArchitectureProfile& profile;
-    std::string stage;  // the "shader_type" text
+    std::optional<Stage> stage;  // none for an execution model no stage has
     size_t entry_function = 0;
     const EntryPointDecl* entry = nullptr;
     std::vector<bool> reachable_functions;  // by index into module.functions
@@ -59,15 +61,15 @@ struct Program {
     std::unordered_set<uint32_t> constant_tables;
     std::unordered_map<uint32_t, TileKind> tile_variables;  // by variable id
 
-    Program(const Module& module, const ArchitectureProfile& profile, std::string stage,
+    Program(const Module& module, const ArchitectureProfile& profile, std::optional<Stage> stage,
             const EntryPointDecl& entry, const TileVariables& tile_names = {});
 
     // What part of the tile a pointer reaches; only for MemoryKind::Tile.
     TileKind tile_kind(uint32_t pointer) const;
 
-    bool is_vertex() const { return stage == "vertex"; }
-    bool is_fragment() const { return stage == "fragment"; }
-    bool is_kernel() const { return stage == "kernel"; }
+    bool is_vertex() const { return stage == Stage::Vertex; }
+    bool is_fragment() const { return stage == Stage::Fragment; }
+    bool is_kernel() const { return stage == Stage::Kernel; }
 
     // Reachable functions, each after every function it calls (a call that
     // closes a cycle is the one exception).
@@ -109,6 +111,6 @@ public:
 
 // The entry point called name (preferring the stage's execution model);
 // null when the module has none of that name.
-const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, const std::string& stage);
+const EntryPointDecl* find_entry_point(const Module& module, const std::string& name, std::optional<Stage> stage);
 
 }  // namespace reference

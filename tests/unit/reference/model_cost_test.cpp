@@ -183,7 +183,7 @@ TEST(CostModel, AddingWorkNeverLowersTheTotalOnAnyCore) {
     const reference::AnalysisRequest base = [] {
         reference::AnalysisRequest request;
         request.entry_point = "main";
-        request.stage = "fragment";
+        request.stage = reference::Stage::Fragment;
         return request;
     }();
     const std::vector<uint32_t> one = compile(multiply_adds(1), "fragment");

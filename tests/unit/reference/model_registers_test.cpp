@@ -11,7 +11,7 @@ reference::AnalysisResult analyse_es(const std::string& source, const std::strin
     reference::AnalysisRequest request;
     request.module = compile_es(source, stage);
     request.entry_point = "main";
-    request.stage = stage;
+    request.stage = reference::parse_stage(stage);
     request.core = "Koro-N68";
     request.request_pilot = true;
     request.request_idvs = stage == "vertex";

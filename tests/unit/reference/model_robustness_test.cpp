@@ -29,7 +29,7 @@ reference::AnalysisRequest request_for(std::vector<uint32_t> module) {
     reference::AnalysisRequest request;
     request.module = std::move(module);
     request.entry_point = "main";
-    request.stage = "fragment";
+    request.stage = reference::Stage::Fragment;
     request.core = "Koro-N68";
     request.request_pilot = true;
     return request;

@@ -81,7 +81,7 @@ reference::AnalysisResult analyse(const std::string& source, const std::string& 
     reference::AnalysisRequest request;
     request.module = compile(source, stage, options.optimise);
     request.entry_point = "main";
-    request.stage = stage;
+    request.stage = reference::parse_stage(stage);
     request.core = options.core;
     request.request_pilot = options.pilot;
     request.request_idvs = options.idvs;

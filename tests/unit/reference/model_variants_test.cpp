@@ -89,7 +89,7 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
     reference::AnalysisRequest open_gl;
     open_gl.module = compile(VERTEX_SHADER, "vertex");
     open_gl.entry_point = "main";
-    open_gl.stage = "vertex";
+    open_gl.stage = reference::Stage::Vertex;
     open_gl.core = "Koro-N68";
     open_gl.request_idvs = true;
     const auto plain_names = reference::analyse_module(open_gl);

@@ -35,7 +35,9 @@ std::string stage_description(Stage stage);
 bool is_ray_tracing_stage(Stage stage);
 bool is_tessellation_stage(Stage stage);
 
-// The SPIR-V execution model that runs this stage.
+// The SPIR-V execution model that runs this stage, and back (nullopt for a
+// model no stage has).
 uint32_t execution_model(Stage stage);
+std::optional<Stage> stage_of_execution_model(uint32_t model);
 
 }  // namespace reference

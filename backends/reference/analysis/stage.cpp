@@ -1,4 +1,4 @@
-#include "stage.h"
+#include "analysis/stage.h"
 
 #include <glslang/SPIRV/spirv.hpp>
 
@@ -62,5 +62,11 @@ bool is_tessellation_stage(Stage stage) {
 }
 
 uint32_t execution_model(Stage stage) { return row_of(stage).execution_model; }
+
+std::optional<Stage> stage_of_execution_model(uint32_t model) {
+    for (const StageRow& row : stage_rows())
+        if (row.execution_model == model) return row.stage;
+    return std::nullopt;
+}
 
 }  // namespace reference
