@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis/core_table.h"
+
 namespace reference {
 
-enum class Architecture { Tarsel = 1, Ostrem = 2, Pelion = 3, FifthGen = 4 };
 
 struct CoreInfo {
     std::string name;      // as reported to the program, e.g. "Koro-N68", "Koro-N1-Ultra"

@@ -106,19 +106,24 @@ const std::vector<std::string>& opencl_pelion_extensions() {
     return names;
 }
 
-// The first Pelion cores stop at SPIR-V 1.5.
-bool is_early_pelion(const std::string& core) {
-    static const std::set<std::string> early = {"Koro-N47", "Koro-N58", "Koro-N67", "Koro-N68", "Koro-N68SX"};
-    return early.count(core) != 0;
+// The versions up to the highest a core offers.
+std::vector<int> versions_up_to(const std::vector<int>& all, int highest) {
+    std::vector<int> offered;
+    for (int version : all)
+        if (version <= highest) offered.push_back(version);
+    return offered;
 }
 
-CoreFeatures tarsel_features(const CoreInfo& core) {
+const std::vector<int> OPENGLES_VERSIONS = {100, 300, 310, 320};
+const std::vector<int> SPIRV_VERSIONS = {100, 110, 120, 130, 140, 150, 160};
+
+CoreFeatures tarsel_features(const CoreRow& core) {
     CoreFeatures features;
-    // The first Tarsel core predates ES 3.2 and Vulkan: no geometry or
+    // A Tarsel core older than ES 3.2 has no Vulkan either: no geometry or
     // tessellation stages, no SPIR-V.
-    const bool first_core = core.name == "Koro-L220";
-    features.opengles_versions = first_core ? std::vector<int>{100, 300, 310} : std::vector<int>{100, 300, 310, 320};
-    if (!first_core) features.spirv_versions = {100, 110, 120, 130};
+    const bool first_core = core.highest_opengles < 320;
+    features.opengles_versions = versions_up_to(OPENGLES_VERSIONS, core.highest_opengles);
+    features.spirv_versions = versions_up_to(SPIRV_VERSIONS, core.highest_spirv);
     // OpenCL 3.0 is 1.2 with everything newer optional, which these cores
     // can offer; 2.0 requires what they lack.
     features.opencl_versions = {110, 120, 300};
@@ -131,10 +136,10 @@ CoreFeatures tarsel_features(const CoreInfo& core) {
     return features;
 }
 
-CoreFeatures ostrem_features() {
+CoreFeatures ostrem_features(const CoreRow& core) {
     CoreFeatures features;
-    features.opengles_versions = {100, 300, 310, 320};
-    features.spirv_versions = {100, 110, 120, 130};
+    features.opengles_versions = versions_up_to(OPENGLES_VERSIONS, core.highest_opengles);
+    features.spirv_versions = versions_up_to(SPIRV_VERSIONS, core.highest_spirv);
     features.opencl_versions = {110, 120, 200, 300};
     features.geometry_shaders = true;
     features.tessellation_shaders = true;
@@ -146,19 +151,16 @@ CoreFeatures ostrem_features() {
     return features;
 }
 
-CoreFeatures pelion_features(const CoreInfo& core) {
-    CoreFeatures features = ostrem_features();
-    features.spirv_versions = {100, 110, 120, 130, 140, 150};
-    if (!is_early_pelion(core.name)) features.spirv_versions.push_back(160);
+CoreFeatures pelion_features(const CoreRow& core) {
+    CoreFeatures features = ostrem_features(core);
     features.opencl_versions = {110, 120, 200, 300};
     features.spirv_extensions = joined(features.spirv_extensions, spirv_pelion_extensions());
     features.opencl_extensions = joined(features.opencl_extensions, opencl_pelion_extensions());
     return features;
 }
 
-CoreFeatures fifth_generation_features(const CoreInfo& core) {
+CoreFeatures fifth_generation_features(const CoreRow& core) {
     CoreFeatures features = pelion_features(core);
-    features.spirv_versions = {100, 110, 120, 130, 140, 150, 160};
     features.ray_tracing = true;
     features.spirv_extensions = joined(features.spirv_extensions, spirv_fifth_generation_extensions());
     return features;
@@ -173,10 +175,10 @@ std::vector<T> merged(const std::vector<T>& so_far, const std::vector<T>& more) 
     return result;
 }
 
-CoreFeatures features_of(const CoreInfo& core) {
+CoreFeatures features_of(const CoreRow& core) {
     switch (core.architecture) {
         case Architecture::Tarsel: return tarsel_features(core);
-        case Architecture::Ostrem: return ostrem_features();
+        case Architecture::Ostrem: return ostrem_features(core);
         case Architecture::Pelion: return pelion_features(core);
         case Architecture::FifthGen: return fifth_generation_features(core);
     }
@@ -188,7 +190,7 @@ CoreFeatures features_of(const CoreInfo& core) {
 const CoreFeatures& core_features(const CoreInfo& core) {
     static const std::map<std::string, CoreFeatures> by_core = [] {
         std::map<std::string, CoreFeatures> table;
-        for (const CoreInfo& known : reference_cores()) table.emplace(known.name, features_of(known));
+        for (const CoreRow& known : core_table()) table.emplace(known.name, features_of(known));
         return table;
     }();
     auto found = by_core.find(core.name);

@@ -5,6 +5,8 @@
 
 #include <sys/resource.h>
 
+#include <nlohmann/json.hpp>
+
 #include "e2e/harness.h"
 
 namespace {
@@ -65,6 +67,25 @@ TEST(ReferenceBackend, ListsEveryCoreWithItsApis) {
     for (const std::string& core : cores)
         EXPECT_TRUE(contains(result.out, "\n" + core + " (OpenGL ES, Vulkan, OpenCL)\n")) << core;
     EXPECT_TRUE(contains(result.out, "\nKoro-L220 (OpenGL ES, OpenCL)\n"));
+}
+
+// The back-end's one core table against the program's own tables: every
+// core the list shows compiles a small program and reports itself.
+TEST(ReferenceBackend, EveryListedCoreCompilesASmallProgram) {
+    TempDir files;
+    const std::string shader = files.write(
+        "s.frag", "precision mediump float;\nuniform sampler2D t;\nvarying vec2 uv;\n"
+                  "void main() { gl_FragColor = texture2D(t, uv) * 0.5; }\n");
+    const nlohmann::json list = nlohmann::json::parse(run_shadex({"--list", "--format", "json"}).out);
+    ASSERT_EQ(list["cores"].size(), 31u);
+    for (const auto& entry : list["cores"]) {
+        const std::string core = entry["core"];
+        RunResult result = run_shadex({"-c", core, "--format", "json", shader});
+        EXPECT_EQ(result.status, 0) << core << "\n" << result.out << result.err;
+        const nlohmann::json report = nlohmann::json::parse(result.out, nullptr, false);
+        ASSERT_FALSE(report.is_discarded()) << core;
+        EXPECT_FALSE(report["shaders"][0]["variants"].empty()) << core;
+    }
 }
 
 TEST(ReferenceBackend, InfoShowsVersionsAndProbedExtensionsQuickly) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core_catalogue.h"
+#include "analysis/core_table.h"
 
 namespace reference {
 
