@@ -13,59 +13,6 @@ namespace {
 
 using namespace spirv;
 
-ControlFlow build_control_flow(const Module& module, const Function& function) {
-    ControlFlow flow;
-    const size_t count = function.blocks.size();
-    std::unordered_map<uint32_t, size_t> block_of_label;
-    for (size_t b = 0; b < count; ++b) block_of_label.emplace(function.blocks[b].label, b);
-    flow.successors.resize(count);
-    flow.predecessors.resize(count);
-    flow.forward.resize(count);
-    flow.reachable.assign(count, false);
-    for (size_t b = 0; b < count; ++b) {
-        const auto& instructions = function.blocks[b].instructions;
-        if (instructions.empty()) continue;
-        for (uint32_t label : branch_targets(module, instructions.back())) {
-            auto target = block_of_label.find(label);
-            if (target != block_of_label.end()) flow.successors[b].push_back(target->second);
-        }
-    }
-    if (count == 0) return flow;
-
-    // Depth-first walk without recursion: an edge to a block still on the
-    // stack closes a cycle and is left out of the forward graph.
-    enum : char { Unseen, OnStack, Done };
-    std::vector<char> state(count, Unseen);
-    std::vector<std::pair<size_t, size_t>> stack = {{0, 0}};
-    std::vector<size_t> postorder;
-    state[0] = OnStack;
-    flow.reachable[0] = true;
-    while (!stack.empty()) {
-        auto& [block, next] = stack.back();
-        if (next < flow.successors[block].size()) {
-            const size_t target = flow.successors[block][next++];
-            const size_t from = block;
-            flow.predecessors[target].push_back(from);
-            if (state[target] == OnStack) {
-                flow.has_cycle = true;
-                continue;
-            }
-            flow.forward[from].push_back(target);
-            if (state[target] == Unseen) {
-                state[target] = OnStack;
-                flow.reachable[target] = true;
-                stack.emplace_back(target, 0);
-            }
-        } else {
-            state[block] = Done;
-            postorder.push_back(block);
-            stack.pop_back();
-        }
-    }
-    flow.order.assign(postorder.rbegin(), postorder.rend());
-    return flow;
-}
-
 bool holds_array(const Module& module, uint32_t type_id) {
     const Instruction* type = module.type(type_id);
     return type != nullptr && (type->opcode == OpTypeArray || type->opcode == OpTypeStruct);

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "analysis/control_flow.h"
 #include "analysis/core_model.h"
 #include "analysis/loops.h"
 #include "analysis/module_ir.h"
@@ -17,17 +18,6 @@
 #include "analysis/tile_variables.h"
 
 namespace reference {
-
-struct ControlFlow {
-    std::vector<std::vector<size_t>> successors;    // every edge, by block index
-    std::vector<std::vector<size_t>> predecessors;  // reachable edges only
-    std::vector<std::vector<size_t>> forward;       // successors minus loop back edges
-    std::vector<size_t> order;                      // reachable blocks, each before its forward successors
-    std::vector<bool> reachable;
-    bool has_cycle = false;
-    std::vector<size_t> idom;  // immediate dominators (see dominance.h)
-    LoopForest loops;
-};
 
 struct PointerInfo {
     uint32_t root = 0;            // the variable or parameter the pointer derives from; 0 if unknown
