@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "analysis/ext_inst_recipes.h"
+#include "analysis/opcode_recipes.h"
 #include "analysis/spirv_defs.h"
 #include "analysis/type_facts.h"
 
@@ -187,14 +188,11 @@ InstructionCost CostBuilder::build() {
     const uint16_t op = instruction_.opcode;
     const uint32_t result = instruction_.type_id;
     const auto& ops = instruction_.operands;
+    if (const OpcodeRecipe* recipe = opcode_recipe(op)) {
+        elementwise(recipe->per_operand_component ? operand_type(0) : result, recipe->fma, recipe->cvt, recipe->sfu);
+        return cost_;
+    }
     switch (op) {
-        case OpFAdd: case OpFSub: case OpFMul: case OpIAdd: case OpISub: case OpIMul: case OpSNegate:
-        case OpSelect: case OpVectorTimesScalar: case OpMatrixTimesScalar: case OpOuterProduct:
-            elementwise(result, 1, 0, 0);
-            break;
-        case OpIAddCarry: case OpISubBorrow: case OpUMulExtended: case OpSMulExtended:
-            elementwise(operand_type(0), 2, 0, 0);
-            break;
         case OpAny: case OpAll: case OpDot:
             arithmetic(PipeFMA, vector_width(module_, operand_type(0)), 1);
             break;
@@ -208,20 +206,8 @@ InstructionCost CostBuilder::build() {
             arithmetic(PipeFMA, vector_width(module_, result),
                        uint64_t(matrix_columns(module_, result)) * matrix_columns(module_, operand_type(0)));
             break;
-        case OpFDiv:
-            elementwise(result, 1, 0, 1);
-            break;
-        case OpUDiv: case OpSDiv: case OpUMod: case OpSRem: case OpSMod:
-            elementwise(result, 4, 2, 1);
-            break;
-        case OpFRem: case OpFMod:
-            elementwise(result, 2, 1, 1);
-            break;
         case OpVectorExtractDynamic:
             arithmetic(PipeCVT, vector_width(module_, operand_type(0)), 1);
-            break;
-        case OpVectorInsertDynamic:
-            elementwise(result, 0, 1, 0);
             break;
         case OpLoad:
             if (!ops.empty()) memory_access(ops[0], result, true);
@@ -241,10 +227,7 @@ InstructionCost CostBuilder::build() {
             add(PipeLS, 1.0);
             break;
         case OpAtomicFlagTestAndSet: case OpAtomicFlagClear: case OpAtomicFMinEXT: case OpAtomicFMaxEXT:
-        case OpAtomicFAddEXT:
-            add(PipeLS, ATOMIC_MESSAGES);
-            break;
-        case OpGroupAsyncCopy:
+        case OpAtomicFAddEXT: case OpGroupAsyncCopy:
             add(PipeLS, ATOMIC_MESSAGES);
             break;
         case OpExtInst:
@@ -256,18 +239,6 @@ InstructionCost CostBuilder::build() {
             } else if ((op >= OpImageSampleImplicitLod && op <= OpImageDrefGather) ||
                        (op >= OpImageSparseSampleImplicitLod && op <= OpImageSparseDrefGather)) {
                 texture();
-            } else if ((op >= OpIsNan && op <= OpFUnordGreaterThanEqual) || (op >= OpBitwiseOr && op <= OpNot) ||
-                       (op >= OpSDot && op <= OpSUDotAccSat)) {
-                elementwise(result, 1, 0, 0);
-            } else if ((op >= OpConvertFToU && op < OpConvertUToPtr && op != OpConvertPtrToU) ||
-                       (op >= OpShiftRightLogical && op <= OpShiftLeftLogical) ||
-                       (op >= OpBitFieldInsert && op <= OpBitCount) ||
-                       (op >= OpGroupNonUniformElect && op <= OpGroupNonUniformQuadSwap) ||
-                       op == OpGroupNonUniformRotateKHR) {
-                elementwise(result, 0, 1, 0);
-            } else if (op >= OpDPdx && op <= OpFwidthCoarse) {
-                const bool width = op == OpFwidth || op == OpFwidthFine || op == OpFwidthCoarse;
-                elementwise(result, width ? 1 : 0, width ? 2 : 1, 0);
             }
             break;
     }

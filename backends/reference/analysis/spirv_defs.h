@@ -181,6 +181,9 @@ constexpr uint16_t OpAtomicFMaxEXT = spv::OpAtomicFMaxEXT;
 constexpr uint16_t OpAtomicFAddEXT = spv::OpAtomicFAddEXT;
 
 // Opcodes named where the model tells neighbours apart.
+constexpr uint16_t OpQuantizeToF16 = spv::OpQuantizeToF16;
+constexpr uint16_t OpSatConvertSToU = spv::OpSatConvertSToU;
+constexpr uint16_t OpSatConvertUToS = spv::OpSatConvertUToS;
 constexpr uint16_t OpISubBorrow = spv::OpISubBorrow;
 constexpr uint16_t OpUMulExtended = spv::OpUMulExtended;
 constexpr uint16_t OpImageSampleExplicitLod = spv::OpImageSampleExplicitLod;
