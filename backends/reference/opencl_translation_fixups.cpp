@@ -10,11 +10,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "analysis/spirv_words.h"
+
 namespace reference {
 
 namespace {
 
-constexpr size_t HEADER_WORDS = 5;
 constexpr uint32_t VERSION_1_4 = 0x00010400;
 
 struct Instruction {
@@ -24,16 +25,13 @@ struct Instruction {
 };
 
 std::vector<Instruction> instructions_of(const std::vector<uint32_t>& module) {
-    if (module.size() < HEADER_WORDS || module[0] != spv::MagicNumber)
+    if (module.size() < SPIRV_HEADER_WORDS || module[0] != spv::MagicNumber)
         throw std::runtime_error("the translator produced no SPIR-V module");
     std::vector<Instruction> list;
-    for (size_t offset = HEADER_WORDS; offset < module.size();) {
-        uint32_t word_count = module[offset] >> 16;
-        if (word_count == 0 || word_count > module.size() - offset)
-            throw std::runtime_error("the translator produced a malformed SPIR-V module");
-        list.push_back({offset, module[offset] & 0xffffu, word_count});
-        offset += word_count;
-    }
+    const size_t stopped = walk_instructions(module, [&](uint16_t opcode, size_t first, size_t end) {
+        list.push_back({first, opcode, static_cast<uint32_t>(end - first)});
+    });
+    if (stopped != module.size()) throw std::runtime_error("the translator produced a malformed SPIR-V module");
     return list;
 }
 
@@ -47,17 +45,6 @@ size_t literal_string_words(const std::vector<uint32_t>& module, size_t first, s
     return end - first;
 }
 
-std::string literal_string(const std::vector<uint32_t>& module, size_t first, size_t end) {
-    std::string text;
-    for (size_t index = first; index < end; ++index) {
-        for (int byte = 0; byte < 4; ++byte) {
-            char c = static_cast<char>((module[index] >> (8 * byte)) & 0xffu);
-            if (c == '\0') return text;
-            text += c;
-        }
-    }
-    return text;
-}
 
 struct Block {
     uint32_t label = 0;
@@ -200,9 +187,9 @@ std::string splat_select_conditions(const std::string& llvm_assembly) {
 void order_blocks_by_dominance(std::vector<uint32_t>& module) {
     const std::vector<Instruction> list = instructions_of(module);
     const std::map<uint32_t, uint32_t> value_widths = integer_value_widths(module, list);
-    std::vector<uint32_t> reordered(module.begin(), module.begin() + HEADER_WORDS);
+    std::vector<uint32_t> reordered(module.begin(), module.begin() + SPIRV_HEADER_WORDS);
     std::vector<Block> blocks;
-    size_t copied_to = HEADER_WORDS;  // words before this offset are already in reordered
+    size_t copied_to = SPIRV_HEADER_WORDS;  // words before this offset are already in reordered
 
     auto close_block = [&](size_t index) {
         blocks.back().end = list[index].offset;
@@ -250,7 +237,7 @@ void complete_entry_point_interfaces(std::vector<uint32_t>& module) {
     }
     if (variables.empty()) return;
 
-    std::vector<uint32_t> rebuilt(module.begin(), module.begin() + HEADER_WORDS);
+    std::vector<uint32_t> rebuilt(module.begin(), module.begin() + SPIRV_HEADER_WORDS);
     for (const Instruction& instruction : list) {
         const size_t begin = instruction.offset;
         const size_t end = begin + instruction.word_count;

@@ -10,37 +10,19 @@ namespace reference {
 
 namespace {
 
-constexpr size_t HEADER_WORDS = 5;
 
 }  // namespace
 
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
                           const std::function<void(uint32_t, size_t, size_t)>& visit) {
-    if (module.size() < HEADER_WORDS || module[0] != spv::MagicNumber) return;
-    size_t at = HEADER_WORDS;
-    while (at < module.size()) {
-        const uint32_t count = module[at] >> 16;
-        if (count == 0 || count > module.size() - at) return;
-        visit(module[at] & 0xFFFF, at, at + count);
-        at += count;
-    }
+    if (module.size() < SPIRV_HEADER_WORDS || module[0] != spv::MagicNumber) return;
+    walk_instructions(module, visit);
 }
 
-std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end) {
-    std::string text;
-    for (size_t at = first; at < end && at < words.size(); ++at) {
-        for (int byte = 0; byte < 4; ++byte) {
-            const char c = static_cast<char>((words[at] >> (8 * byte)) & 0xFF);
-            if (c == '\0') return text;
-            text += c;
-        }
-    }
-    return text;
-}
 
 uint32_t module_version(const std::vector<uint32_t>& module) {
-    if (module.size() < HEADER_WORDS) return 0;
+    if (module.size() < SPIRV_HEADER_WORDS) return 0;
     const uint32_t major = (module[1] >> 16) & 0xFF;
     const uint32_t minor = (module[1] >> 8) & 0xFF;
     return major * 100 + minor * 10;

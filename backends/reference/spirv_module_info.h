@@ -9,6 +9,8 @@
 
 #include <glslang/SPIRV/spirv.hpp>
 
+#include "analysis/spirv_words.h"
+
 namespace reference {
 
 
@@ -46,8 +48,5 @@ bool has_only_empty_functions(const std::vector<uint32_t>& module);
 // merge block, which follows the construct's blocks in the module's order.
 size_t control_flow_nesting_depth(const std::vector<uint32_t>& module);
 
-// The text of a literal string starting at words[first], stopping at the
-// first NUL or at end (exclusive word index).
-std::string literal_string(const std::vector<uint32_t>& words, size_t first, size_t end);
 
 }  // namespace reference

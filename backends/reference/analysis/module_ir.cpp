@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "analysis/spirv_defs.h"
+#include "analysis/spirv_words.h"
 
 namespace reference {
 
@@ -289,17 +290,10 @@ Module parse_module(const std::vector<uint32_t>& input, std::string& error) {
         return module;
     }
     Parser parser(module);
-    size_t at = 5;
-    while (at < words->size()) {
-        const uint32_t first = (*words)[at];
-        const size_t count = first >> 16;
-        if (count == 0 || count > words->size() - at) {
-            error = "malformed SPIR-V instruction at word " + std::to_string(at);
-            break;
-        }
-        parser.instruction(static_cast<uint16_t>(first & 0xFFFF), words->data() + at + 1, count - 1);
-        at += count;
-    }
+    const size_t stopped = walk_instructions(*words, [&](uint16_t opcode, size_t first, size_t end) {
+        parser.instruction(opcode, words->data() + first + 1, end - first - 1);
+    });
+    if (stopped != words->size()) error = "malformed SPIR-V instruction at word " + std::to_string(stopped);
     parser.finish();
     return module;
 }
