@@ -11,7 +11,7 @@ DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json
                 libclang-rt-14-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build test run sweep install package clean bench fuzz fuzz-replay check-asan
+.PHONY: all deps build test run sweep install package clean bench fuzz fuzz-replay check-asan format
 
 all: build
 
@@ -69,6 +69,10 @@ install: build
 # The Debian package (CPack): $(BUILD_DIR)/shadex_<version>_amd64.deb.
 package: build
 	cd $(BUILD_DIR) && cpack -G DEB
+
+# The code's style (.clang-format) applied to every C++ file of the tree.
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
 	rm -rf $(BUILD_DIR)

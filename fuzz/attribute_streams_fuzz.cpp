@@ -37,8 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         decode_attributes(text, attributes);
         if (attributes.size() != first_count) std::abort();
     } catch (const std::invalid_argument&) {
-    } catch (const std::out_of_range&) {
-    }
+    } catch (const std::out_of_range&) {}
     if (has_duplicate_symbols(attributes)) std::abort();
 
     std::sort(attributes.begin(), attributes.end(), attribute_compare);

@@ -78,7 +78,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         } catch (TCLAP::ArgException& error) {
             output.failure(options.cmd, error);
         }
-    } catch (const TCLAP::ExitException&) {
-    }
+    } catch (const TCLAP::ExitException&) {}
     return 0;
 }

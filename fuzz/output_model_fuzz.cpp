@@ -36,8 +36,7 @@ struct Target {
 };
 
 template <typename Value>
-std::optional<Value> find_word(const std::vector<std::pair<std::string, Value>>& table,
-                               const std::string& word) {
+std::optional<Value> find_word(const std::vector<std::pair<std::string, Value>>& table, const std::string& word) {
     for (const auto& [name, value] : table)
         if (name == word) return value;
     return std::nullopt;
@@ -45,8 +44,8 @@ std::optional<Value> find_word(const std::vector<std::pair<std::string, Value>>&
 
 std::optional<Target> read_target(const std::string& line) {
     static const std::vector<std::pair<std::string, ArchitectureType>> architectures = {
-        {"none", ArchitectureType::None},     {"tarsel", ArchitectureType::Tarsel},
-        {"ostrem", ArchitectureType::Ostrem}, {"pelion", ArchitectureType::Pelion},
+        {"none", ArchitectureType::None},      {"tarsel", ArchitectureType::Tarsel},
+        {"ostrem", ArchitectureType::Ostrem},  {"pelion", ArchitectureType::Pelion},
         {"fifth", ArchitectureType::FifthGen},
     };
     static const std::vector<std::pair<std::string, CompilerType>> apis = {
@@ -56,11 +55,10 @@ std::optional<Target> read_target(const std::string& line) {
     };
     static const std::vector<std::pair<std::string, SourceType>> stages = [] {
         std::vector<std::pair<std::string, SourceType>> rows;
-        for (SourceType stage :
-             {SourceType::Vertex, SourceType::TessControl, SourceType::TessEvaluation,
-              SourceType::Geometry, SourceType::Fragment, SourceType::Compute, SourceType::Kernel,
-              SourceType::RayGeneration, SourceType::RayIntersection, SourceType::RayAnyHit,
-              SourceType::RayClosestHit, SourceType::RayMiss, SourceType::RayCallable}) {
+        for (SourceType stage : {SourceType::Vertex, SourceType::TessControl, SourceType::TessEvaluation,
+                                 SourceType::Geometry, SourceType::Fragment, SourceType::Compute, SourceType::Kernel,
+                                 SourceType::RayGeneration, SourceType::RayIntersection, SourceType::RayAnyHit,
+                                 SourceType::RayClosestHit, SourceType::RayMiss, SourceType::RayCallable}) {
             rows.emplace_back(to_api_literal(stage), stage);
         }
         return rows;
@@ -147,9 +145,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     std::unique_ptr<CompileOutput> output;
     try {
-        output = std::make_unique<CompileOutput>(target->architecture, target->core, "r0p0",
-                                                 "r1p0-00rel0", target->api, target->stage,
-                                                 outputs);
+        output = std::make_unique<CompileOutput>(target->architecture, target->core, "r0p0", "r1p0-00rel0", target->api,
+                                                 target->stage, outputs);
     } catch (const KoroException_&) {
         return 0;
     }

@@ -33,15 +33,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const reference::CoreInfo* target = reference::find_core(core, "r0p0");
     if (!target) std::abort();
     try {
-        const reference::CompileResult result = reference::compile_program(
-            options.front().second, *target, reference::parse_compile_options(options),
-            reinterpret_cast<const char*>(module.data()));
+        const reference::CompileResult result =
+            reference::compile_program(options.front().second, *target, reference::parse_compile_options(options),
+                                       reinterpret_cast<const char*>(module.data()));
         for (const auto& variant : result.variants) {
             for (const auto& [key, value] : variant) {
                 if (key.empty()) std::abort();
             }
         }
-    } catch (const reference::RequestError&) {
-    }
+    } catch (const reference::RequestError&) {}
     return 0;
 }

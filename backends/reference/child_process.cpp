@@ -46,8 +46,7 @@ std::string error_text(int error_number) {
 
 bool is_executable_file(const std::string& path) {
     struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           ::access(path.c_str(), X_OK) == 0;
+    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && ::access(path.c_str(), X_OK) == 0;
 }
 
 // Waits up to `limit` for the child to end; true when it did. A process
@@ -60,7 +59,8 @@ bool wait_until_ended(pid_t pid, std::chrono::milliseconds limit) {
         pollfd watched{process, POLLIN, 0};
         const auto deadline = std::chrono::steady_clock::now() + limit;
         for (;;) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
             if (left.count() <= 0) return false;
             const int ready = ::poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1 << 30)));
             if (ready > 0) return true;
@@ -107,10 +107,8 @@ std::string find_executable(const std::string& name) {
     return "";
 }
 
-ChildProcessResult run_child_process(const std::vector<std::string>& command,
-                                     const std::string& working_directory,
-                                     const std::string& output_path,
-                                     std::chrono::milliseconds time_limit) {
+ChildProcessResult run_child_process(const std::vector<std::string>& command, const std::string& working_directory,
+                                     const std::string& output_path, std::chrono::milliseconds time_limit) {
     if (command.empty()) throw std::runtime_error("no program to run");
     const std::string program = find_executable(command[0]);
     if (program.empty()) throw std::runtime_error(command[0] + " was not found");
@@ -123,8 +121,7 @@ ChildProcessResult run_child_process(const std::vector<std::string>& command,
     FileDescriptor input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     if (input.get() < 0) throw std::runtime_error("cannot open /dev/null: " + error_text(errno));
     FileDescriptor output(::open(output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (output.get() < 0)
-        throw std::runtime_error("cannot create " + output_path + ": " + error_text(errno));
+    if (output.get() < 0) throw std::runtime_error("cannot create " + output_path + ": " + error_text(errno));
     // Spawning does not copy this process's address space, which a large
     // host process (one that keeps front ends warm) would pay for on every run.
     posix_spawn_file_actions_t actions;

@@ -26,9 +26,7 @@ std::string find_executable(const std::string& name);
 // and standard output and error both written to output_path. Waits for it, and
 // kills it once time_limit has passed. Throws std::runtime_error when the
 // program cannot be found or started.
-ChildProcessResult run_child_process(const std::vector<std::string>& command,
-                                     const std::string& working_directory,
-                                     const std::string& output_path,
-                                     std::chrono::milliseconds time_limit);
+ChildProcessResult run_child_process(const std::vector<std::string>& command, const std::string& working_directory,
+                                     const std::string& output_path, std::chrono::milliseconds time_limit);
 
 }  // namespace reference

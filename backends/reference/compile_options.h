@@ -19,17 +19,17 @@ public:
 };
 
 struct CompileOptions {
-    std::string compiler_type;          // "openglessl" or "opencl"
+    std::string compiler_type;  // "openglessl" or "opencl"
     Stage stage = Stage::Fragment;
-    std::vector<std::string> defines;   // NAME=VALUE, in order
+    std::vector<std::string> defines;  // NAME=VALUE, in order
     std::string kernel_name;
-    int opencl_version = 0;             // hundredths, from "cl_std"; 0 when not given
+    int opencl_version = 0;  // hundredths, from "cl_std"; 0 when not given
     bool spirv = false;
-    size_t spirv_length = 0;            // bytes
-    std::string entry_point;            // "spirv_entrypoint_name"
+    size_t spirv_length = 0;  // bytes
+    std::string entry_point;  // "spirv_entrypoint_name"
     bool request_pilot = false;
     bool request_idvs = false;
-    std::vector<std::string> variants;  // from "variants"
+    std::vector<std::string> variants;       // from "variants"
     std::vector<std::string> include_paths;  // "include_path", in order; the first is the source's own
 };
 

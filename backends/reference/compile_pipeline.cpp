@@ -63,8 +63,8 @@ spv_target_env environment_for(Api api, const std::vector<uint32_t>& module) {
 
 // The entry point to analyse: the one named, or else the first of the
 // stage's execution model. Sets an error line when there is none.
-std::string choose_entry_point(const std::vector<uint32_t>& module, Api api, Stage stage,
-                               const CompileOptions& options, std::vector<std::string>& errors) {
+std::string choose_entry_point(const std::vector<uint32_t>& module, Api api, Stage stage, const CompileOptions& options,
+                               std::vector<std::string>& errors) {
     std::string wanted = options.entry_point;
     if (is_opencl(api)) wanted = options.kernel_name;
     if (api == Api::OpenGLES) wanted = "main";
@@ -86,15 +86,15 @@ std::string choose_entry_point(const std::vector<uint32_t>& module, Api api, Sta
     return "";
 }
 
-FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& features,
-                             const CompileOptions& options, const char* source) {
+FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& features, const CompileOptions& options,
+                             const char* source) {
     switch (api) {
         case Api::OpenGLES: {
             const std::string text(source);
             TileRewrite tile = rewrite_tile_features(text, options.stage, core, features);
             if (!tile.errors.empty()) return {{}, tile.errors, tile.warnings, {}};
-            FrontEndResult result = compile_glsl_es_source(tile.source, options.stage, options.defines,
-                                                           options.include_paths);
+            FrontEndResult result =
+                compile_glsl_es_source(tile.source, options.stage, options.defines, options.include_paths);
             result.warnings.insert(result.warnings.begin(), tile.warnings.begin(), tile.warnings.end());
             result.tile_variables = std::move(tile.variables);
             if (!result.errors.empty() || result.module.empty()) return result;
@@ -104,12 +104,10 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
             return result;
         }
         case Api::OpenCLSource:
-            return compile_opencl_source(source, options.kernel_name,
-                                         opencl_std_text(options.opencl_version), options.defines,
-                                         options.include_paths);
+            return compile_opencl_source(source, options.kernel_name, opencl_std_text(options.opencl_version),
+                                         options.defines, options.include_paths);
         case Api::Vulkan:
-        case Api::OpenCLSpirv:
-            return read_module(source, options.spirv_length);
+        case Api::OpenCLSpirv: return read_module(source, options.spirv_length);
     }
     return {};
 }
@@ -122,14 +120,15 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
 // whether the optimiser can read the module.
 bool validate(Api api, const std::vector<uint32_t>& module, const CoreFeatures& features, CompileResult& result) {
     if (api == Api::OpenGLES) return true;
-    const uint32_t vulkan_version = std::max<uint32_t>(module_version(module),
-                                                       static_cast<uint32_t>(highest_version(features.spirv_versions)));
+    const uint32_t vulkan_version =
+        std::max<uint32_t>(module_version(module), static_cast<uint32_t>(highest_version(features.spirv_versions)));
     const spv_target_env environment =
         api == Api::Vulkan ? vulkan_environment(vulkan_version) : environment_for(api, module);
     Validation validation = validate_module(module, environment, layout_relaxations(module));
     if (validation.rule_relaxed_since_validator) {
-        result.warnings.push_back("The module uses 16-bit derivatives, which this compiler's validator "
-                                  "does not know yet; it was analysed without validation");
+        result.warnings.push_back(
+            "The module uses 16-bit derivatives, which this compiler's validator "
+            "does not know yet; it was analysed without validation");
         return true;
     }
     if (!validation.newer_than_validator) {
@@ -151,8 +150,8 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     CompileResult result;
     CompileOptions options = given_options;
     if (!options.compiler_type.empty() && options.compiler_type != library_type) {
-        result.errors.push_back("This compiler compiles for '" + library_type + "', not for '" +
-                                options.compiler_type + "'");
+        result.errors.push_back("This compiler compiles for '" + library_type + "', not for '" + options.compiler_type +
+                                "'");
         return result;
     }
     const Api api = request_api(library_type, options.spirv);
@@ -174,9 +173,8 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     const spv_target_env environment = environment_for(api, module);
     const size_t nesting = control_flow_nesting_depth(module);
     if (nesting > MAX_CONTROL_FLOW_NESTING) {
-        result.errors.push_back("Control flow is nested " + std::to_string(nesting) +
-                                " levels deep; at most " + std::to_string(MAX_CONTROL_FLOW_NESTING) +
-                                " levels are supported");
+        result.errors.push_back("Control flow is nested " + std::to_string(nesting) + " levels deep; at most " +
+                                std::to_string(MAX_CONTROL_FLOW_NESTING) + " levels are supported");
         return result;
     }
     append(result.errors, unsupported_constructs(module, core));

@@ -20,7 +20,7 @@ struct CompileResult {
 // library_type is the compiler type this library was built for. source is
 // NUL-terminated text, or options.spirv_length bytes of SPIR-V. Problems with
 // the program are error lines; only failures of the back-end itself throw.
-CompileResult compile_program(const std::string& library_type, const CoreInfo& core,
-                              const CompileOptions& options, const char* source);
+CompileResult compile_program(const std::string& library_type, const CoreInfo& core, const CompileOptions& options,
+                              const char* source);
 
 }  // namespace reference

@@ -9,7 +9,6 @@
 
 namespace reference {
 
-
 struct CoreInfo {
     std::string name;      // as reported to the program, e.g. "Koro-N68", "Koro-N1-Ultra"
     std::string revision;  // e.g. "r0p0"

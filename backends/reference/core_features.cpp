@@ -18,17 +18,32 @@ std::vector<std::string> joined(std::vector<std::string> first, const std::vecto
 // "#extension NAME : require" and drops the ones that fail.
 const std::vector<std::string>& opengles_es31_extensions() {
     static const std::vector<std::string> names = {
-        "GL_OES_standard_derivatives", "GL_EXT_shader_texture_lod", "GL_EXT_shadow_samplers",
-        "GL_EXT_frag_depth", "GL_OES_EGL_image_external", "GL_OES_EGL_image_external_essl3",
-        "GL_OES_texture_3D", "GL_OVR_multiview", "GL_OVR_multiview2", "GL_EXT_multiview",
-        "GL_OES_sample_variables", "GL_OES_shader_image_atomic",
-        "GL_OES_shader_multisample_interpolation", "GL_OES_texture_storage_multisample_2d_array",
-        "GL_EXT_shader_non_constant_global_initializers", "GL_EXT_shader_integer_mix",
-        "GL_EXT_YUV_target", "GL_EXT_blend_func_extended", "GL_EXT_texture_shadow_lod",
-        "GL_EXT_shader_explicit_arithmetic_types_float16", "GL_EXT_shader_explicit_arithmetic_types_int16",
+        "GL_OES_standard_derivatives",
+        "GL_EXT_shader_texture_lod",
+        "GL_EXT_shadow_samplers",
+        "GL_EXT_frag_depth",
+        "GL_OES_EGL_image_external",
+        "GL_OES_EGL_image_external_essl3",
+        "GL_OES_texture_3D",
+        "GL_OVR_multiview",
+        "GL_OVR_multiview2",
+        "GL_EXT_multiview",
+        "GL_OES_sample_variables",
+        "GL_OES_shader_image_atomic",
+        "GL_OES_shader_multisample_interpolation",
+        "GL_OES_texture_storage_multisample_2d_array",
+        "GL_EXT_shader_non_constant_global_initializers",
+        "GL_EXT_shader_integer_mix",
+        "GL_EXT_YUV_target",
+        "GL_EXT_blend_func_extended",
+        "GL_EXT_texture_shadow_lod",
+        "GL_EXT_shader_explicit_arithmetic_types_float16",
+        "GL_EXT_shader_explicit_arithmetic_types_int16",
         // Reading the tile buffer; the front end spells these for glslang.
-        "GL_EXT_shader_framebuffer_fetch", "GL_EXT_shader_framebuffer_fetch_non_coherent",
-        "GL_OVYN_shader_framebuffer_fetch", "GL_OVYN_shader_framebuffer_fetch_depth_stencil",
+        "GL_EXT_shader_framebuffer_fetch",
+        "GL_EXT_shader_framebuffer_fetch_non_coherent",
+        "GL_OVYN_shader_framebuffer_fetch",
+        "GL_OVYN_shader_framebuffer_fetch_depth_stencil",
     };
     return names;
 }
@@ -36,11 +51,21 @@ const std::vector<std::string>& opengles_es31_extensions() {
 // What ES 3.2 folded in, offered as extensions to 3.1 shaders too.
 const std::vector<std::string>& opengles_es32_extensions() {
     static const std::vector<std::string> names = {
-        "GL_ANDROID_extension_pack_es31a", "GL_KHR_blend_equation_advanced",
-        "GL_EXT_geometry_shader", "GL_OES_geometry_shader", "GL_EXT_gpu_shader5", "GL_OES_gpu_shader5",
-        "GL_EXT_primitive_bounding_box", "GL_OES_primitive_bounding_box", "GL_EXT_shader_io_blocks",
-        "GL_OES_shader_io_blocks", "GL_EXT_tessellation_shader", "GL_OES_tessellation_shader",
-        "GL_EXT_texture_buffer", "GL_OES_texture_buffer", "GL_EXT_texture_cube_map_array",
+        "GL_ANDROID_extension_pack_es31a",
+        "GL_KHR_blend_equation_advanced",
+        "GL_EXT_geometry_shader",
+        "GL_OES_geometry_shader",
+        "GL_EXT_gpu_shader5",
+        "GL_OES_gpu_shader5",
+        "GL_EXT_primitive_bounding_box",
+        "GL_OES_primitive_bounding_box",
+        "GL_EXT_shader_io_blocks",
+        "GL_OES_shader_io_blocks",
+        "GL_EXT_tessellation_shader",
+        "GL_OES_tessellation_shader",
+        "GL_EXT_texture_buffer",
+        "GL_OES_texture_buffer",
+        "GL_EXT_texture_cube_map_array",
         "GL_OES_texture_cube_map_array",
     };
     return names;
@@ -50,26 +75,26 @@ const std::vector<std::string>& opengles_es32_extensions() {
 // predecessor's.
 const std::vector<std::string>& spirv_base_extensions() {
     static const std::vector<std::string> names = {
-        "SPV_KHR_storage_buffer_storage_class", "SPV_KHR_variable_pointers",
-        "SPV_KHR_shader_draw_parameters", "SPV_KHR_multiview",
+        "SPV_KHR_storage_buffer_storage_class",
+        "SPV_KHR_variable_pointers",
+        "SPV_KHR_shader_draw_parameters",
+        "SPV_KHR_multiview",
     };
     return names;
 }
 
 const std::vector<std::string>& spirv_ostrem_extensions() {
     static const std::vector<std::string> names = {
-        "SPV_KHR_16bit_storage", "SPV_KHR_8bit_storage", "SPV_KHR_float_controls",
-        "SPV_EXT_descriptor_indexing", "SPV_KHR_non_semantic_info", "SPV_KHR_shader_ballot",
-        "SPV_KHR_subgroup_vote",
+        "SPV_KHR_16bit_storage",     "SPV_KHR_8bit_storage",  "SPV_KHR_float_controls", "SPV_EXT_descriptor_indexing",
+        "SPV_KHR_non_semantic_info", "SPV_KHR_shader_ballot", "SPV_KHR_subgroup_vote",
     };
     return names;
 }
 
 const std::vector<std::string>& spirv_pelion_extensions() {
     static const std::vector<std::string> names = {
-        "SPV_KHR_vulkan_memory_model", "SPV_KHR_physical_storage_buffer",
-        "SPV_EXT_demote_to_helper_invocation", "SPV_KHR_terminate_invocation",
-        "SPV_KHR_integer_dot_product", "SPV_EXT_fragment_shader_interlock",
+        "SPV_KHR_vulkan_memory_model",  "SPV_KHR_physical_storage_buffer", "SPV_EXT_demote_to_helper_invocation",
+        "SPV_KHR_terminate_invocation", "SPV_KHR_integer_dot_product",     "SPV_EXT_fragment_shader_interlock",
     };
     return names;
 }
@@ -83,10 +108,15 @@ const std::vector<std::string>& spirv_fifth_generation_extensions() {
 // finds them.
 const std::vector<std::string>& opencl_base_extensions() {
     static const std::vector<std::string> names = {
-        "cl_khr_global_int32_base_atomics", "cl_khr_global_int32_extended_atomics",
-        "cl_khr_local_int32_base_atomics", "cl_khr_local_int32_extended_atomics",
-        "cl_khr_byte_addressable_store", "cl_khr_3d_image_writes", "cl_khr_fp16",
-        "cl_khr_int64_base_atomics", "cl_khr_int64_extended_atomics",
+        "cl_khr_global_int32_base_atomics",
+        "cl_khr_global_int32_extended_atomics",
+        "cl_khr_local_int32_base_atomics",
+        "cl_khr_local_int32_extended_atomics",
+        "cl_khr_byte_addressable_store",
+        "cl_khr_3d_image_writes",
+        "cl_khr_fp16",
+        "cl_khr_int64_base_atomics",
+        "cl_khr_int64_extended_atomics",
     };
     return names;
 }
@@ -98,10 +128,15 @@ const std::vector<std::string>& opencl_ostrem_extensions() {
 
 const std::vector<std::string>& opencl_pelion_extensions() {
     static const std::vector<std::string> names = {
-        "cl_khr_integer_dot_product", "cl_khr_extended_bit_ops", "cl_khr_subgroup_ballot",
-        "cl_khr_subgroup_shuffle", "cl_khr_subgroup_shuffle_relative",
-        "cl_khr_subgroup_non_uniform_vote", "cl_khr_subgroup_non_uniform_arithmetic",
-        "cl_khr_subgroup_clustered_reduce", "cl_khr_subgroup_extended_types",
+        "cl_khr_integer_dot_product",
+        "cl_khr_extended_bit_ops",
+        "cl_khr_subgroup_ballot",
+        "cl_khr_subgroup_shuffle",
+        "cl_khr_subgroup_shuffle_relative",
+        "cl_khr_subgroup_non_uniform_vote",
+        "cl_khr_subgroup_non_uniform_arithmetic",
+        "cl_khr_subgroup_clustered_reduce",
+        "cl_khr_subgroup_extended_types",
     };
     return names;
 }

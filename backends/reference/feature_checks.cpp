@@ -10,7 +10,6 @@ namespace reference {
 
 namespace {
 
-
 std::string api_name(Api api) {
     switch (api) {
         case Api::OpenGLES: return "OpenGL ES";
@@ -47,15 +46,14 @@ std::string unsupported_request(Api api, Stage stage, int opencl_version, const 
         if (api == Api::OpenGLES) return "OpenGL ES has no " + stage_name + " shaders";
         if (!features.ray_tracing) return core.name + " does not support ray tracing (" + stage_name + " shaders)";
     }
-    if (stage == Stage::Geometry && !features.geometry_shaders)
-        return core.name + " does not support geometry shaders";
+    if (stage == Stage::Geometry && !features.geometry_shaders) return core.name + " does not support geometry shaders";
     if (is_tessellation_stage(stage) && !features.tessellation_shaders)
         return core.name + " does not support tessellation shaders";
     return "";
 }
 
-std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module,
-                                                     const CoreInfo& core, const CoreFeatures& features) {
+std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module, const CoreInfo& core,
+                                                     const CoreFeatures& features) {
     std::vector<std::string> problems;
     if (api == Api::Vulkan) {
         const int version = static_cast<int>(module_version(module));
@@ -69,7 +67,8 @@ std::vector<std::string> unsupported_module_features(Api api, const std::vector<
     if (declares_capability(module, spv::CapabilityTessellation) && !features.tessellation_shaders)
         problems.push_back(core.name + " does not support tessellation shaders");
     if (!features.ray_tracing) {
-        if (declares_capability(module, spv::CapabilityRayTracingKHR) || declares_capability(module, spv::CapabilityRayTracingNV))
+        if (declares_capability(module, spv::CapabilityRayTracingKHR) ||
+            declares_capability(module, spv::CapabilityRayTracingNV))
             problems.push_back(core.name + " does not support ray tracing");
         if (declares_capability(module, spv::CapabilityRayQueryKHR))
             problems.push_back(core.name + " does not support ray queries");

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis/stage.h"
 #include "api.h"
 #include "core_catalogue.h"
 #include "core_features.h"
-#include "analysis/stage.h"
 
 namespace reference {
 
@@ -20,8 +20,8 @@ std::string unsupported_request(Api api, Stage stage, int opencl_version, const 
 
 // The same for what a SPIR-V module declares: its version and the
 // capabilities of geometry, tessellation and ray tracing. One line each.
-std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module,
-                                                     const CoreInfo& core, const CoreFeatures& features);
+std::vector<std::string> unsupported_module_features(Api api, const std::vector<uint32_t>& module, const CoreInfo& core,
+                                                     const CoreFeatures& features);
 
 // What the module does that no core can run, found before validation so that
 // it is said plainly: an image write with a level of detail (no core offers

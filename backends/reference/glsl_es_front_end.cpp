@@ -25,9 +25,7 @@ public:
     GlslangProcess& operator=(const GlslangProcess&) = delete;
 };
 
-void ensure_glslang_initialised() {
-    static const GlslangProcess process;
-}
+void ensure_glslang_initialised() { static const GlslangProcess process; }
 
 EShLanguage glslang_stage(Stage stage) {
     switch (stage) {
@@ -132,8 +130,7 @@ std::string define_preamble(const std::vector<std::string>& defines) {
     return preamble;
 }
 
-FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage,
-                                      const std::vector<std::string>& defines,
+FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, const std::vector<std::string>& defines,
                                       const std::vector<std::string>& include_dirs) {
     ensure_glslang_initialised();
     FrontEndResult result;

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "front_end.h"
 #include "analysis/stage.h"
+#include "front_end.h"
 
 namespace reference {
 
@@ -21,8 +21,7 @@ constexpr uint32_t OPENGLES_MODULE_VERSION = 0x00010300;
 // not link on its own gives neither a module nor errors, only warnings.
 // `#include` (with an include extension enabled) searches include_dirs, the
 // first being the source's own directory.
-FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage,
-                                      const std::vector<std::string>& defines,
+FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, const std::vector<std::string>& defines,
                                       const std::vector<std::string>& include_dirs = {});
 
 // The preprocessor lines that put the defines in force.

@@ -37,9 +37,7 @@ IncludeLookup find_include(const std::string& name, bool system, const std::stri
     if (!name.empty() && name.front() == '/') return read_candidate(name);
     std::vector<std::string> dirs;
     if (!system) {
-        dirs.push_back(!includer_dir.empty() ? includer_dir
-                       : search_dirs.empty() ? "."
-                                             : search_dirs.front());
+        dirs.push_back(!includer_dir.empty() ? includer_dir : search_dirs.empty() ? "." : search_dirs.front());
         dirs.insert(dirs.end(), search_dirs.begin(), search_dirs.end());
     } else if (search_dirs.size() > 1) {
         dirs.assign(search_dirs.begin() + 1, search_dirs.end());

@@ -8,8 +8,8 @@
 namespace reference {
 
 struct InliningBudget {
-    double growth_limit = 3.0;     // inlined function words per original word
-    double always_words = 4096;    // programs this small inline everything
+    double growth_limit = 3.0;   // inlined function words per original word
+    double always_words = 4096;  // programs this small inline everything
 };
 
 // The module with DontInline set on the functions that stay calls: those

@@ -91,16 +91,14 @@ std::string headline(const std::string& output) {
 }
 
 // Why a tool that failed without a diagnostic of its own stopped.
-std::string failure_reason(const std::string& tool, const ChildProcessResult& run,
-                           const std::string& output) {
-    if (run.timed_out)
-        return tool + " did not finish within " + std::to_string(TOOL_TIME_LIMIT.count()) + " seconds";
+std::string failure_reason(const std::string& tool, const ChildProcessResult& run, const std::string& output) {
+    if (run.timed_out) return tool + " did not finish within " + std::to_string(TOOL_TIME_LIMIT.count()) + " seconds";
     if (!run.exited) return tool + " was stopped by signal " + std::to_string(run.signal_number);
     return tool + " failed: " + headline(output);
 }
 
 struct Translation {
-    std::vector<uint32_t> module;  // empty when the compile failed
+    std::vector<uint32_t> module;    // empty when the compile failed
     std::string translator_failure;  // set when only the SPIR-V translation failed
 };
 
@@ -116,10 +114,20 @@ public:
     // source -> LLVM assembly -> (repaired) bitcode -> SPIR-V at one
     // optimisation level. Diagnostics of the source go to result.
     Translation translate(const std::string& optimisation) {
-        std::vector<std::string> compile = {CLANG, "-c", "-target", "spir64", "-emit-llvm", "-S",
-                                            "-x", "cl", "-cl-std=" + standard_, optimisation,
-                                            "-fno-vectorize", "-fno-slp-vectorize",
-                                            "-fno-caret-diagnostics", "-fno-color-diagnostics",
+        std::vector<std::string> compile = {CLANG,
+                                            "-c",
+                                            "-target",
+                                            "spir64",
+                                            "-emit-llvm",
+                                            "-S",
+                                            "-x",
+                                            "cl",
+                                            "-cl-std=" + standard_,
+                                            optimisation,
+                                            "-fno-vectorize",
+                                            "-fno-slp-vectorize",
+                                            "-fno-caret-diagnostics",
+                                            "-fno-color-diagnostics",
                                             "-fno-crash-diagnostics"};
         compile.insert(compile.end(), preprocessor_arguments_.begin(), preprocessor_arguments_.end());
         compile.insert(compile.end(), {SOURCE_FILE, "-o", "program.ll"});
@@ -136,8 +144,7 @@ public:
 
         write_file(directory_.file("repaired.ll"),
                    splat_select_conditions(replace_freeze_instructions(read_file(directory_.file("program.ll")))));
-        run = run_tool({CLANG, "-c", "-target", "spir64", "-emit-llvm", "-x", "ir", "repaired.ll", "-o",
-                        "program.bc"},
+        run = run_tool({CLANG, "-c", "-target", "spir64", "-emit-llvm", "-x", "ir", "repaired.ll", "-o", "program.bc"},
                        output);
         if (!run.succeeded()) return {{}, failure_reason(CLANG, run, output)};
 
@@ -177,14 +184,12 @@ std::string join_names(const std::vector<std::string>& names) {
 // nowhere) or for this request (no kernel of that name); empty when nothing.
 std::string program_error(const std::vector<uint32_t>& module, const std::string& kernel_name) {
     std::vector<std::string> undefined = undefined_function_names(module);
-    if (!undefined.empty())
-        return "The program calls " + join_names(undefined) + " but defines no such function.";
+    if (!undefined.empty()) return "The program calls " + join_names(undefined) + " but defines no such function.";
     std::vector<std::string> kernels;
     for (const EntryPoint& entry : entry_points(module))
         if (entry.execution_model == spv::ExecutionModelKernel) kernels.push_back(entry.name);
     if (kernels.empty()) return "The program defines no kernel.";
-    if (kernel_name.empty() || std::find(kernels.begin(), kernels.end(), kernel_name) != kernels.end())
-        return "";
+    if (kernel_name.empty() || std::find(kernels.begin(), kernels.end(), kernel_name) != kernels.end()) return "";
     return "No kernel named '" + kernel_name + "' in the program; it defines " + join_names(kernels) + ".";
 }
 
@@ -212,8 +217,7 @@ FrontEndResult translate_source(const std::string& source, const std::string& st
     // not handle everything LLVM's optimiser produces: unoptimised code is the
     // fallback.
     Translation translation = compile.translate("-O2");
-    if (translation.module.empty() && !translation.translator_failure.empty())
-        translation = compile.translate("-O0");
+    if (translation.module.empty() && !translation.translator_failure.empty()) translation = compile.translate("-O0");
     if (translation.module.empty() && !translation.translator_failure.empty())
         result.errors.push_back("The kernel could not be translated to SPIR-V: " + translation.translator_failure);
     result.module = std::move(translation.module);
@@ -269,8 +273,7 @@ std::string opencl_c_standard(const std::string& cl_std) {
 }
 
 FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
-                                     const std::string& cl_std,
-                                     const std::vector<std::string>& defines,
+                                     const std::string& cl_std, const std::vector<std::string>& defines,
                                      const std::vector<std::string>& include_dirs) {
     FrontEndResult result;
     const std::string standard = opencl_c_standard(cl_std);

@@ -19,8 +19,7 @@ extern const char* const OPENCL_FRONT_END_FAILED;
 // Diagnostics name the source "<source>"; each error line is one error, and a
 // failed compile ends with OPENCL_FRONT_END_FAILED.
 FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
-                                     const std::string& cl_std,
-                                     const std::vector<std::string>& defines,
+                                     const std::string& cl_std, const std::vector<std::string>& defines,
                                      const std::vector<std::string>& include_dirs = {});
 
 // "CL1.2" for "CL1.2" or "1.2"; empty for a version this front end cannot compile.

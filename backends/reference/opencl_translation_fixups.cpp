@@ -45,7 +45,6 @@ size_t literal_string_words(const std::vector<uint32_t>& module, size_t first, s
     return end - first;
 }
 
-
 struct Block {
     uint32_t label = 0;
     size_t begin = 0;  // word offsets of its first instruction and one past its last
@@ -144,8 +143,8 @@ std::string replace_freeze_instructions(const std::string& llvm_assembly) {
             size_t space = operands.rfind(' ');
             // Aggregates cannot be bitcast and constant vectors hold commas:
             // such lines stay as they are and the translation falls back.
-            if (space != std::string::npos && operands.find(',') == std::string::npos &&
-                operands[0] != '{' && operands[0] != '[') {
+            if (space != std::string::npos && operands.find(',') == std::string::npos && operands[0] != '{' &&
+                operands[0] != '[') {
                 std::string type = operands.substr(0, space);
                 bool named_aggregate = type[0] == '%' && type.back() != '*';
                 if (!named_aggregate) line = line.substr(0, at) + " = bitcast " + operands + " to " + type;
@@ -159,7 +158,8 @@ std::string replace_freeze_instructions(const std::string& llvm_assembly) {
 
 std::string splat_select_conditions(const std::string& llvm_assembly) {
     // "  %r = select [flags] i1 COND, <N x T> A, <N x T> B"
-    static const std::regex SCALAR_SELECT(R"(^(\s*)(%[-a-zA-Z$._0-9]+) = select ((?:[a-z]+ )*)i1 ([^,]+), <(\d+) x (.*)$)");
+    static const std::regex SCALAR_SELECT(
+        R"(^(\s*)(%[-a-zA-Z$._0-9]+) = select ((?:[a-z]+ )*)i1 ([^,]+), <(\d+) x (.*)$)");
     std::istringstream lines(llvm_assembly);
     std::string result;
     result.reserve(llvm_assembly.size());
@@ -199,8 +199,7 @@ void order_blocks_by_dominance(std::vector<uint32_t>& module) {
         const Instruction& instruction = list[index];
         if (instruction.opcode == spv::OpLabel) {
             if (blocks.empty()) {
-                reordered.insert(reordered.end(), module.begin() + copied_to,
-                                 module.begin() + instruction.offset);
+                reordered.insert(reordered.end(), module.begin() + copied_to, module.begin() + instruction.offset);
             } else {
                 close_block(index);
             }
@@ -210,8 +209,7 @@ void order_blocks_by_dominance(std::vector<uint32_t>& module) {
             blocks.push_back(block);
         } else if (instruction.opcode == spv::OpFunctionEnd && !blocks.empty()) {
             close_block(index);
-            for (Block& block : blocks)
-                block.successors = successors_of(module, list[block.terminator], value_widths);
+            for (Block& block : blocks) block.successors = successors_of(module, list[block.terminator], value_widths);
             for (size_t chosen : dominance_order(blocks))
                 reordered.insert(reordered.end(), module.begin() + blocks[chosen].begin,
                                  module.begin() + blocks[chosen].end);

@@ -11,10 +11,7 @@ namespace reference {
 
 namespace {
 
-
-std::string es_version_text(uint32_t version) {
-    return version == 100 ? "100" : std::to_string(version) + " es";
-}
+std::string es_version_text(uint32_t version) { return version == 100 ? "100" : std::to_string(version) + " es"; }
 
 std::string trim_start(const std::string& text) {
     size_t first = text.find_first_not_of(" \t");
@@ -56,22 +53,23 @@ int directive_line(const std::string& source, const std::string& directive, cons
     return 1;
 }
 
-RuleFindings check_opengles_rules(const std::string& source, const std::vector<uint32_t>& module,
-                                  const CoreInfo& core, const CoreFeatures& features) {
+RuleFindings check_opengles_rules(const std::string& source, const std::vector<uint32_t>& module, const CoreInfo& core,
+                                  const CoreFeatures& features) {
     RuleFindings findings;
     const SourceDeclaration declared = source_declaration(module);
     const std::string version_at = "0:" + std::to_string(directive_line(source, "version", "")) + ": ";
     if (declared.language != spv::SourceLanguageESSL) {
-        findings.errors.push_back(version_at + "'#version' : OpenGL ES shaders declare #version 100, 300 es, "
-                                               "310 es or 320 es; " + std::to_string(declared.version) +
-                                  " is a desktop OpenGL version");
+        findings.errors.push_back(version_at +
+                                  "'#version' : OpenGL ES shaders declare #version 100, 300 es, "
+                                  "310 es or 320 es; " +
+                                  std::to_string(declared.version) + " is a desktop OpenGL version");
         return findings;
     }
     const int highest = highest_version(features.opengles_versions);
     if (static_cast<int>(declared.version) > highest) {
         findings.errors.push_back(version_at + "'#version' : " + es_version_text(declared.version) +
-                                  " is not supported by " + core.name + " (highest: " +
-                                  es_version_text(static_cast<uint32_t>(highest)) + ")");
+                                  " is not supported by " + core.name +
+                                  " (highest: " + es_version_text(static_cast<uint32_t>(highest)) + ")");
     }
 
     // Only extensions that other cores offer are this core's to refuse;
@@ -80,8 +78,8 @@ RuleFindings check_opengles_rules(const std::string& source, const std::vector<u
     for (const std::string& name : declared.extensions) {
         if (!contains(offered_anywhere, name) || contains(features.opengles_extensions, name)) continue;
         const int line = directive_line(source, "extension", name);
-        const std::string message = "0:" + std::to_string(line) + ": '#extension' : extension not supported by " +
-                                    core.name + ": " + name;
+        const std::string message =
+            "0:" + std::to_string(line) + ": '#extension' : extension not supported by " + core.name + ": " + name;
         if (extension_behaviour(source, line) == "require")
             findings.errors.push_back(message);
         else

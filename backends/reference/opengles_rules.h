@@ -13,12 +13,12 @@
 namespace reference {
 
 struct RuleFindings {
-    std::vector<std::string> errors;    // "0:LINE: 'token' : message"
+    std::vector<std::string> errors;  // "0:LINE: 'token' : message"
     std::vector<std::string> warnings;
 };
 
-RuleFindings check_opengles_rules(const std::string& source, const std::vector<uint32_t>& module,
-                                  const CoreInfo& core, const CoreFeatures& features);
+RuleFindings check_opengles_rules(const std::string& source, const std::vector<uint32_t>& module, const CoreInfo& core,
+                                  const CoreFeatures& features);
 
 // The 1-based line of the first preprocessor directive `directive` whose
 // text mentions `word` (any word when empty); 1 when there is none.

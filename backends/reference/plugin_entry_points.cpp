@@ -29,8 +29,7 @@ constexpr shadex_u32 STATUS_INTERNAL_FAILURE = 3;
 const std::string LIBRARY_TYPE = REFERENCE_COMPILER_TYPE;
 
 OptionPairs read_options(const shadex_flexible_list& list) {
-    if (list.count % 2 != 0 || (list.count != 0 && !list.entries))
-        throw RequestError("Malformed option list");
+    if (list.count % 2 != 0 || (list.count != 0 && !list.entries)) throw RequestError("Malformed option list");
     OptionPairs pairs;
     for (shadex_u32 i = 0; i + 1 < list.count; i += 2) {
         if (!list.entries[i] || !list.entries[i + 1]) throw RequestError("Malformed option list");

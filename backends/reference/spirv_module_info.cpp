@@ -8,10 +8,7 @@
 
 namespace reference {
 
-namespace {
-
-
-}  // namespace
+namespace {}  // namespace
 
 // Calls visit(opcode, first word, end word) for each whole instruction.
 void for_each_instruction(const std::vector<uint32_t>& module,
@@ -19,7 +16,6 @@ void for_each_instruction(const std::vector<uint32_t>& module,
     if (module.size() < SPIRV_HEADER_WORDS || module[0] != spv::MagicNumber) return;
     walk_instructions(module, visit);
 }
-
 
 uint32_t module_version(const std::vector<uint32_t>& module) {
     if (module.size() < SPIRV_HEADER_WORDS) return 0;
@@ -53,8 +49,7 @@ SourceDeclaration source_declaration(const std::vector<uint32_t>& module) {
 bool declares_capability(const std::vector<uint32_t>& module, uint32_t capability) {
     bool found = false;
     for_each_instruction(module, [&](uint32_t opcode, size_t first, size_t end) {
-        if (opcode == spv::OpCapability && end - first >= 2 && module[first + 1] == capability)
-            found = true;
+        if (opcode == spv::OpCapability && end - first >= 2 && module[first + 1] == capability) found = true;
     });
     return found;
 }

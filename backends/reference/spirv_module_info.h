@@ -13,15 +13,14 @@
 
 namespace reference {
 
-
 struct EntryPoint {
     uint32_t execution_model = 0;
     std::string name;
 };
 
 struct SourceDeclaration {
-    uint32_t language = 0;  // SPIR-V SourceLanguage: 1 ESSL, 2 GLSL, 3 OpenCL C
-    uint32_t version = 0;   // as the source declared it, e.g. 300
+    uint32_t language = 0;                // SPIR-V SourceLanguage: 1 ESSL, 2 GLSL, 3 OpenCL C
+    uint32_t version = 0;                 // as the source declared it, e.g. 300
     std::vector<std::string> extensions;  // from OpSourceExtension
 };
 
@@ -47,6 +46,5 @@ bool has_only_empty_functions(const std::vector<uint32_t>& module);
 // block of any function: each opens at its merge instruction and closes at its
 // merge block, which follows the construct's blocks in the module's order.
 size_t control_flow_nesting_depth(const std::vector<uint32_t>& module);
-
 
 }  // namespace reference

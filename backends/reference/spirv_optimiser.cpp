@@ -17,7 +17,6 @@ namespace reference {
 
 namespace {
 
-
 // A loop is unrolled when it has a constant trip count and unrolling it adds
 // at most this many words, about 400 instructions: enough for a handful of
 // iterations of an ordinary loop body, not for a long or large loop.
@@ -30,8 +29,8 @@ constexpr uint32_t MAX_UNROLL_TRIPS = 32;
 
 using PassList = std::function<void(spvtools::Optimizer&)>;
 
-std::optional<std::vector<uint32_t>> run_passes(const std::vector<uint32_t>& module,
-                                                spv_target_env environment, const PassList& passes) {
+std::optional<std::vector<uint32_t>> run_passes(const std::vector<uint32_t>& module, spv_target_env environment,
+                                                const PassList& passes) {
     spvtools::Optimizer optimizer(environment);
     optimizer.SetMessageConsumer([](spv_message_level_t, const char*, const spv_position_t&, const char*) {});
     passes(optimizer);
@@ -128,8 +127,7 @@ bool asks_to_unroll(const std::vector<uint32_t>& module) {
     return false;
 }
 
-std::optional<std::vector<uint32_t>> unroll_requested(const std::vector<uint32_t>& module,
-                                                      spv_target_env environment) {
+std::optional<std::vector<uint32_t>> unroll_requested(const std::vector<uint32_t>& module, spv_target_env environment) {
     return run_passes(module, environment, [](spvtools::Optimizer& optimizer) {
         optimizer.RegisterPass(spvtools::CreateLoopUnrollPass(true));
         register_cleanup_passes(optimizer);
@@ -163,7 +161,8 @@ std::vector<uint32_t> unroll_small_constant_loops(std::vector<uint32_t> module, 
         if (refused.count(shape)) continue;
 
         ++attempts;
-        std::optional<std::vector<uint32_t>> unrolled = unroll_requested(ask_to_unroll(module, loop_index), environment);
+        std::optional<std::vector<uint32_t>> unrolled =
+            unroll_requested(ask_to_unroll(module, loop_index), environment);
         const bool accepted = unrolled && !asks_to_unroll(*unrolled) &&
                               loop_control_words(*unrolled).size() + 1 == controls.size() &&
                               unrolled->size() <= module.size() + UNROLL_GROWTH_LIMIT &&

@@ -111,8 +111,7 @@ Run run_validator(const std::vector<uint32_t>& module, spv_target_env environmen
                   const LayoutRelaxations& relaxations) {
     Run run;
     spvtools::SpirvTools tools(environment);
-    tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&,
-                                 const char* message) {
+    tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&, const char* message) {
         if (level > SPV_MSG_ERROR) return;
         const std::string line = one_line(message);
         run.all_unknown_numbers = run.all_unknown_numbers && is_unknown_number(line);

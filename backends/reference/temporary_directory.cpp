@@ -17,8 +17,7 @@ TemporaryDirectory::TemporaryDirectory(const std::string& prefix) {
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
     if (!::mkdtemp(name.data()))
-        throw std::runtime_error("cannot create a temporary directory in " + base + ": " +
-                                 std::strerror(errno));
+        throw std::runtime_error("cannot create a temporary directory in " + base + ": " + std::strerror(errno));
     path_ = name.data();
 }
 

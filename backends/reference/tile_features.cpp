@@ -55,7 +55,8 @@ Scan scan(const std::string& source) {
         } else if (source.compare(at, 2, "/*") == 0) {
             const size_t close = source.find("*/", at + 2);
             const size_t end = close == std::string::npos ? source.size() : close + 2;
-            line += static_cast<int>(std::count(source.begin() + static_cast<long>(at), source.begin() + static_cast<long>(end), '\n'));
+            line += static_cast<int>(
+                std::count(source.begin() + static_cast<long>(at), source.begin() + static_cast<long>(end), '\n'));
             at = end;
         } else if (c == '#' && line_start) {
             size_t end = at;
@@ -103,12 +104,12 @@ struct Edit {
 
 // One member of a pixel local storage block.
 struct PlsMember {
-    std::string instance;   // "" for a block without one: the member is then a global
+    std::string instance;  // "" for a block without one: the member is then a global
     std::string name;
     std::string precision;  // "highp" when the member names none
     std::string type;
-    bool used = false;      // the program names it somewhere
-    bool written = false;   // ... and assigns to it
+    bool used = false;     // the program names it somewhere
+    bool written = false;  // ... and assigns to it
     std::string access() const { return instance.empty() ? name : instance + "." + name; }
 };
 
@@ -217,21 +218,22 @@ private:
                     edits_.push_back({token.begin, token.end, "int(shadex_tile_stencil)"});
                 }
             } else if (word == "gl_LastFragData" && fetch) {
-                declare("shadex_tile_last_frag_data", input_qualifier() + " mediump vec4 shadex_tile_last_frag_data[4];",
-                        TileKind::Color);
+                declare("shadex_tile_last_frag_data",
+                        input_qualifier() + " mediump vec4 shadex_tile_last_frag_data[4];", TileKind::Color);
                 edits_.push_back({token.begin, token.end, "shadex_tile_last_frag_data"});
             } else if (word == "inout" && fetch && braces == 0 && parens == 0) {
                 // An output that reads the tile: reading an output back is a fetch.
                 edits_.push_back({token.begin, token.end, "out"});
-            } else if ((word == "__pixel_localEXT" || word == "__pixel_local_inEXT" || word == "__pixel_local_outEXT") &&
+            } else if ((word == "__pixel_localEXT" || word == "__pixel_local_inEXT" ||
+                        word == "__pixel_local_outEXT") &&
                        braces == 0) {
                 if (!on(PIXEL_LOCAL_STORAGE)) continue;  // glslang reports the unknown word
                 index = pixel_local_block(index);
             } else if (word == "main" && braces == 0 && index > 0 && tokens[index - 1].text == "void" &&
                        index + 1 < tokens.size() && tokens[index + 1].text == "(") {
                 main_ = &token;
-            } else if (braces == 0 && parens == 0 && word == "out" && index > 0 &&
-                       tokens[index - 1].text != "(" && tokens[index - 1].text != ",") {
+            } else if (braces == 0 && parens == 0 && word == "out" && index > 0 && tokens[index - 1].text != "(" &&
+                       tokens[index - 1].text != ",") {
                 output_line_ = output_line_ == 0 ? token.line : output_line_;
             } else if (word == "gl_FragColor" || word == "gl_FragData") {
                 output_line_ = output_line_ == 0 ? token.line : output_line_;
@@ -240,8 +242,9 @@ private:
         if (blocks_.empty()) return;
         for (const PlsBlock& block : blocks_)
             if (block.writable && output_line_ != 0) {
-                result_.errors.push_back(at_line(output_line_) +
-                                         "'out' : a shader that writes pixel local storage cannot also write fragment outputs");
+                result_.errors.push_back(
+                    at_line(output_line_) +
+                    "'out' : a shader that writes pixel local storage cannot also write fragment outputs");
                 return;
             }
         if (main_ == nullptr) return;  // glslang reports the missing main
@@ -339,8 +342,8 @@ private:
                     if (member.instance.empty()) {
                         if (tokens[at].text != member.name || (at > 0 && tokens[at - 1].text == ".")) continue;
                     } else {
-                        if (tokens[at].text != member.instance || at + 2 >= tokens.size() || tokens[at + 1].text != "." ||
-                            tokens[at + 2].text != member.name)
+                        if (tokens[at].text != member.instance || at + 2 >= tokens.size() ||
+                            tokens[at + 1].text != "." || tokens[at + 2].text != member.name)
                             continue;
                         last = at + 2;
                     }
@@ -352,8 +355,7 @@ private:
                     const std::string after = next < tokens.size() ? tokens[next].text : "";
                     const std::string after2 = next + 1 < tokens.size() ? tokens[next + 1].text : "";
                     const std::string after3 = next + 2 < tokens.size() ? tokens[next + 2].text : "";
-                    const bool assigned = (after == "=" && after2 != "=") ||
-                                          (is_assignment(after) && after2 == "=") ||
+                    const bool assigned = (after == "=" && after2 != "=") || (is_assignment(after) && after2 == "=") ||
                                           ((after == "+" || after == "-") && after2 == after) ||
                                           ((after == "<" || after == ">") && after2 == after && after3 == "=") ||
                                           (at >= 2 && (tokens[at - 1].text == "+" || tokens[at - 1].text == "-") &&
@@ -373,15 +375,15 @@ private:
                 const std::string k = std::to_string(count++);
                 if (block.readable && member.used) {
                     const std::string name = "shadex_pls_in_" + k;
-                    declarations += std::string(is_integer_type(member.type) ? "flat " : "") + "in " + member.precision +
-                                    " " + member.type + " " + name + ";\n";
+                    declarations += std::string(is_integer_type(member.type) ? "flat " : "") + "in " +
+                                    member.precision + " " + member.type + " " + name + ";\n";
                     before += " " + member.access() + " = " + name + ";";
                     result_.variables[name] = TileKind::PixelLocal;
                 }
                 if (block.writable && member.written) {
                     const std::string name = "shadex_pls_out_" + k;
-                    declarations += "layout(location = " + k + ") out " + member.precision + " " + member.type + " " +
-                                    name + ";\n";
+                    declarations +=
+                        "layout(location = " + k + ") out " + member.precision + " " + member.type + " " + name + ";\n";
                     after += " " + name + " = " + member.access() + ";";
                     result_.variables[name] = TileKind::PixelLocal;
                 }

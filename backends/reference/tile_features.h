@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis/stage.h"
 #include "analysis/tile_variables.h"
 #include "core_catalogue.h"
 #include "core_features.h"
-#include "analysis/stage.h"
 
 namespace reference {
 
@@ -21,9 +21,9 @@ namespace reference {
 const std::vector<std::string>& tile_extensions();
 
 struct TileRewrite {
-    std::string source;                          // what glslang compiles
-    std::map<std::string, TileKind> variables;   // stand-in variables, by name
-    std::vector<std::string> errors;             // "0:LINE: 'token' : message"
+    std::string source;                         // what glslang compiles
+    std::map<std::string, TileKind> variables;  // stand-in variables, by name
+    std::vector<std::string> errors;            // "0:LINE: 'token' : message"
     std::vector<std::string> warnings;
 };
 

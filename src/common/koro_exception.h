@@ -9,10 +9,8 @@
 class KoroException_ : public std::exception {
 public:
     explicit KoroException_(const std::string& message) : message(message) {}
-    KoroException_(const std::string& message, const std::string& detail)
-        : message(message + " : " + detail) {}
-    KoroException_(const std::string& message, uint32_t code)
-        : message(message + " : " + std::to_string(code)) {}
+    KoroException_(const std::string& message, const std::string& detail) : message(message + " : " + detail) {}
+    KoroException_(const std::string& message, uint32_t code) : message(message + " : " + std::to_string(code)) {}
 
     const char* what() const noexcept override { return message.c_str(); }
 

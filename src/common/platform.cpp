@@ -33,8 +33,7 @@ std::string get_temp_dir() {
     std::string pattern = std::string(base ? base : "/tmp") + "/shadex-XXXXXX";
     std::vector<char> buffer(pattern.begin(), pattern.end());
     buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) == nullptr)
-        throw std::runtime_error("Cannot get valid temp directory.");
+    if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("Cannot get valid temp directory.");
     return buffer.data();
 }
 

@@ -5,8 +5,7 @@ bool starts_with(const std::string& text, const std::string& prefix) {
 }
 
 bool ends_with(const std::string& text, const std::string& suffix) {
-    return suffix.size() <= text.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+    return suffix.size() <= text.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
 std::vector<std::string> split(const std::string& text, char delimiter) {

@@ -18,10 +18,10 @@ struct HardwareCore {
 
 // Copies a key/value list. A malformed list throws KoroException_(error,
 // where + " : malformed " + list_name + " (...)").
-FlexiblePairs read_flexible_list(const shadex_flexible_list& list, const std::string& error,
-                                 const std::string& where, const std::string& list_name);
+FlexiblePairs read_flexible_list(const shadex_flexible_list& list, const std::string& error, const std::string& where,
+                                 const std::string& list_name);
 
 // Copies the core records of a capabilities record, in record order, with the
 // same error convention.
-std::vector<HardwareCore> read_hardware_cores(const shadex_capabilities& capabilities,
-                                              const std::string& error, const std::string& where);
+std::vector<HardwareCore> read_hardware_cores(const shadex_capabilities& capabilities, const std::string& error,
+                                              const std::string& where);

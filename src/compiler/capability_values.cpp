@@ -60,11 +60,8 @@ std::vector<uint32_t> parse_version_list(const std::string& key, const std::stri
         versions.push_back(*version);
     }
     if (versions.empty() || versions.size() != entries.size())
-        throw KoroException_("Compiler load error",
-                             "malformed version list " + key + " = \"" + value + "\"");
+        throw KoroException_("Compiler load error", "malformed version list " + key + " = \"" + value + "\"");
     return versions;
 }
 
-std::vector<std::string> parse_name_list(const std::string& value) {
-    return split_entries(value, " ");
-}
+std::vector<std::string> parse_name_list(const std::string& value) { return split_entries(value, " "); }

@@ -60,21 +60,16 @@ const std::vector<std::string> DEFAULT_OPENGLES_EXTENSIONS = {
 
 namespace {
 
-uint32_t highest_version(const std::vector<uint32_t>& versions, CompilerType type,
-                         const std::string& core) {
+uint32_t highest_version(const std::vector<uint32_t>& versions, CompilerType type, const std::string& core) {
     uint32_t highest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
-    if (type == CompilerType::OpenGLES && Denylist::CORES_ES32.count(core) && highest >= 311)
-        highest = 310;
+    if (type == CompilerType::OpenGLES && Denylist::CORES_ES32.count(core) && highest >= 311) highest = 310;
     return highest;
 }
 
-std::set<std::string> offered_extensions(const std::vector<std::string>& extensions,
-                                         CompilerType type) {
+std::set<std::string> offered_extensions(const std::vector<std::string>& extensions, CompilerType type) {
     if (!extensions.empty()) return {extensions.begin(), extensions.end()};
-    if (type == CompilerType::OpenGLES)
-        return {DEFAULT_OPENGLES_EXTENSIONS.begin(), DEFAULT_OPENGLES_EXTENSIONS.end()};
-    if (type == CompilerType::OpenCL)
-        return {DEFAULT_OPENCL_EXTENSIONS.begin(), DEFAULT_OPENCL_EXTENSIONS.end()};
+    if (type == CompilerType::OpenGLES) return {DEFAULT_OPENGLES_EXTENSIONS.begin(), DEFAULT_OPENGLES_EXTENSIONS.end()};
+    if (type == CompilerType::OpenCL) return {DEFAULT_OPENCL_EXTENSIONS.begin(), DEFAULT_OPENCL_EXTENSIONS.end()};
     return {};
 }
 
@@ -114,24 +109,15 @@ std::string as_cl_std(uint32_t version) {
 
 }  // namespace
 
-Compiler::Compiler(const std::string& driver, const std::string& core, const std::string& revision,
-                   CompilerType type, const std::vector<uint32_t>& versions,
-                   const std::vector<std::string>& extensions,
+Compiler::Compiler(const std::string& driver, const std::string& core, const std::string& revision, CompilerType type,
+                   const std::vector<uint32_t>& versions, const std::vector<std::string>& extensions,
                    const std::set<std::string>& variants, std::shared_ptr<CompilerLibrary> library)
-    : driver(driver),
-      architecture(CompilerManager::get_architecture_for_core(core)),
-      core(core),
-      revision(revision),
-      type(type),
-      version(highest_version(versions, type, core)),
-      extensions(offered_extensions(extensions, type)),
-      variants(variants),
-      library(std::move(library)) {}
+    : driver(driver), architecture(CompilerManager::get_architecture_for_core(core)), core(core), revision(revision),
+      type(type), version(highest_version(versions, type, core)), extensions(offered_extensions(extensions, type)),
+      variants(variants), library(std::move(library)) {}
 
-bool Compiler::matches(const std::optional<std::string>& driver,
-                       const std::optional<std::string>& core,
-                       const std::optional<std::string>& revision, CompilerType type,
-                       uint32_t min_version) const {
+bool Compiler::matches(const std::optional<std::string>& driver, const std::optional<std::string>& core,
+                       const std::optional<std::string>& revision, CompilerType type, uint32_t min_version) const {
     if (driver && *driver != this->driver) return false;
     if (core && *core != this->core) return false;
     if (revision && *revision != this->revision) return false;
@@ -193,8 +179,7 @@ bool Compiler::supports_tessellation_shaders() {
 }
 
 void Compiler::validate_opengles_extensions() {
-    const std::string version_line =
-        "#version " + std::to_string(version) + (version == 100 ? "" : " es");
+    const std::string version_line = "#version " + std::to_string(version) + (version == 100 ? "" : " es");
     for (const std::string& name : std::set<std::string>(extensions)) {
         Bytes source = as_bytes(version_line + "\n#extension " + name + " : require\nvoid main() {}");
         if (!probe(source, SourceType::Fragment, "", "")) extensions.erase(name);
@@ -206,10 +191,8 @@ void Compiler::validate_opencl_extensions() {
     // A supported extension defines a macro of its own name: the kernel then
     // compiles, and without the macro the #error branch fails the probe.
     for (const std::string& name : std::set<std::string>(extensions)) {
-        Bytes source = as_bytes("\n#ifdef " + name + "\nkernel void k() {}\n#else\n#error " + name +
-                                "\n#endif\n");
-        if (!probe(source, SourceType::Kernel, as_cl_std(version), "k"))
-            extensions.erase(name);
+        Bytes source = as_bytes("\n#ifdef " + name + "\nkernel void k() {}\n#else\n#error " + name + "\n#endif\n");
+        if (!probe(source, SourceType::Kernel, as_cl_std(version), "k")) extensions.erase(name);
     }
 }
 
@@ -225,17 +208,14 @@ bool Compiler::probe(const Bytes& source, SourceType source_type, const std::str
 // The target and the two options every compile starts with; `copy` holds the
 // NUL-terminated bytes when the input needed one, and must outlive the input.
 CompileInput Compiler::start_input(const Bytes& bytes, Bytes& copy, SourceType source_type) const {
-    CompileInput input(nul_terminated(bytes, copy), CompilerManager::compilerize_core_name(core),
-                       revision);
+    CompileInput input(nul_terminated(bytes, copy), CompilerManager::compilerize_core_name(core), revision);
     input.add_flexible_input("compiler_type", to_api_literal(type));
     input.add_flexible_input("shader_type", to_api_literal(source_type));
     return input;
 }
 
-CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
-                                   const std::string& cl_std,
-                                   const std::vector<std::string>& defines,
-                                   const std::string& kernel_name,
+CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type, const std::string& cl_std,
+                                   const std::vector<std::string>& defines, const std::string& kernel_name,
                                    const std::vector<std::string>& include_paths) {
     Bytes copy;
     CompileInput input = start_input(source, copy, source_type);
@@ -251,14 +231,12 @@ CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type,
     return run(input, source_type);
 }
 
-CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_type,
-                                         const std::string& cl_std,
+CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_type, const std::string& cl_std,
                                          const std::string& entrypoint) {
     Bytes copy;
     CompileInput input = start_input(module, copy, source_type);
     input.add_flexible_input("spirv", "true");
-    input.add_flexible_input("spirv_binary_length",
-                             std::to_string(static_cast<unsigned long>(module.size())));
+    input.add_flexible_input("spirv_binary_length", std::to_string(static_cast<unsigned long>(module.size())));
     if (source_type != SourceType::Kernel) {
         if (!entrypoint.empty()) input.add_flexible_input("spirv_entrypoint_name", entrypoint);
     } else {
@@ -280,8 +258,7 @@ CompileOutputPtr Compiler::run(CompileInput& input, SourceType source_type) {
     do_compile(input.get(), &outputs);
     // Released once whether or not the copy below succeeds.
     Promise release([this, &outputs] { library->release_outputs(&outputs); });
-    return std::make_unique<CompileOutput>(architecture, core, revision, driver, type, source_type,
-                                           outputs);
+    return std::make_unique<CompileOutput>(architecture, core, revision, driver, type, source_type, outputs);
 }
 
 void Compiler::do_compile(const shadex_inputs* inputs, shadex_outputs* outputs) {

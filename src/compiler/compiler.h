@@ -23,14 +23,12 @@ extern const std::vector<std::string> DEFAULT_OPENGLES_EXTENSIONS;
 
 class Compiler {
 public:
-    Compiler(const std::string& driver, const std::string& core, const std::string& revision,
-             CompilerType type, const std::vector<uint32_t>& versions,
-             const std::vector<std::string>& extensions, const std::set<std::string>& variants,
-             std::shared_ptr<CompilerLibrary> library);
+    Compiler(const std::string& driver, const std::string& core, const std::string& revision, CompilerType type,
+             const std::vector<uint32_t>& versions, const std::vector<std::string>& extensions,
+             const std::set<std::string>& variants, std::shared_ptr<CompilerLibrary> library);
 
     bool matches(const std::optional<std::string>& driver, const std::optional<std::string>& core,
-                 const std::optional<std::string>& revision, CompilerType type,
-                 uint32_t min_version) const;
+                 const std::optional<std::string>& revision, CompilerType type, uint32_t min_version) const;
 
     // Catalogue order: newest core first, then highest revision first.
     static bool before(const Compiler& a, const Compiler& b);
@@ -47,11 +45,10 @@ public:
     bool supports_tessellation_shaders();
 
     CompileOutputPtr compile(const Bytes& source, SourceType source_type, const std::string& cl_std,
-                             const std::vector<std::string>& defines = {},
-                             const std::string& kernel_name = "",
+                             const std::vector<std::string>& defines = {}, const std::string& kernel_name = "",
                              const std::vector<std::string>& include_paths = {});
-    CompileOutputPtr compile_spirv(const Bytes& module, SourceType source_type,
-                                   const std::string& cl_std, const std::string& entrypoint = "");
+    CompileOutputPtr compile_spirv(const Bytes& module, SourceType source_type, const std::string& cl_std,
+                                   const std::string& entrypoint = "");
 
     std::string driver;
     ArchitectureType architecture;
@@ -67,8 +64,7 @@ private:
     CompileInput start_input(const Bytes& bytes, Bytes& copy, SourceType source_type) const;
     void do_compile(const shadex_inputs* inputs, shadex_outputs* outputs);
     // True when a probe source compiles without an exception or error lines.
-    bool probe(const Bytes& source, SourceType source_type, const std::string& cl_std,
-               const std::string& kernel_name);
+    bool probe(const Bytes& source, SourceType source_type, const std::string& cl_std, const std::string& kernel_name);
     void validate_opengles_extensions();
     void validate_opencl_extensions();
 

@@ -14,10 +14,7 @@ namespace {
 const char* const LOAD_ERROR = "Library load error";
 
 // Stand-ins for the two entry points an interface 1.0 library lacks.
-shadex_u32 no_core_specific_capabilities(const shadex_hardware_core*,
-                                         shadex_core_specific_capabilities*) {
-    return 2;
-}
+shadex_u32 no_core_specific_capabilities(const shadex_hardware_core*, shadex_core_specific_capabilities*) { return 2; }
 void no_release_core_specific_capabilities(shadex_core_specific_capabilities*) {}
 
 template <typename Function>
@@ -72,8 +69,7 @@ CompilerLibrary::CompilerLibrary(const std::string& path) : path(path) {
 
 CompilerLibrary::~CompilerLibrary() { close(); }
 
-bool CompilerLibrary::before(const std::shared_ptr<CompilerLibrary>& a,
-                             const std::shared_ptr<CompilerLibrary>& b) {
+bool CompilerLibrary::before(const std::shared_ptr<CompilerLibrary>& a, const std::shared_ptr<CompilerLibrary>& b) {
     return a->driver_id.before(b->driver_id);
 }
 
@@ -90,10 +86,8 @@ void CompilerLibrary::init_library() {
     compile = resolve<shadex_compile_fn>(handle, "shadex_compile");
     release_outputs = resolve<shadex_release_outputs_fn>(handle, "shadex_release_outputs");
     get_capabilities = resolve<shadex_get_capabilities_fn>(handle, "shadex_get_capabilities");
-    release_capabilities =
-        resolve<shadex_release_capabilities_fn>(handle, "shadex_release_capabilities");
-    if (!get_api_version || !compile || !release_outputs || !get_capabilities ||
-        !release_capabilities)
+    release_capabilities = resolve<shadex_release_capabilities_fn>(handle, "shadex_release_capabilities");
+    if (!get_api_version || !compile || !release_outputs || !get_capabilities || !release_capabilities)
         throw KoroException_(LOAD_ERROR, path);
 
     shadex_api_version version{};
@@ -104,11 +98,10 @@ void CompilerLibrary::init_library() {
 
     if (api_minor == 1) {
         // Taken as they come; the catalogue checks them before calling.
-        get_core_specific_capabilities = resolve<shadex_get_core_specific_capabilities_fn>(
-            handle, "shadex_get_core_specific_capabilities");
+        get_core_specific_capabilities =
+            resolve<shadex_get_core_specific_capabilities_fn>(handle, "shadex_get_core_specific_capabilities");
         release_core_specific_capabilities =
-            resolve<shadex_release_core_specific_capabilities_fn>(
-                handle, "shadex_release_core_specific_capabilities");
+            resolve<shadex_release_core_specific_capabilities_fn>(handle, "shadex_release_core_specific_capabilities");
     } else {
         get_core_specific_capabilities = no_core_specific_capabilities;
         release_core_specific_capabilities = no_release_core_specific_capabilities;
@@ -120,12 +113,10 @@ void CompilerLibrary::init_metadata() {
     if (get_capabilities(&capabilities) != 0) throw KoroException_(LOAD_ERROR, path);
     Promise release([this, &capabilities] { release_capabilities(&capabilities); });
 
-    for (const auto& [key, value] :
-         read_flexible_list(capabilities.metadata, LOAD_ERROR, path, "metadata")) {
+    for (const auto& [key, value] : read_flexible_list(capabilities.metadata, LOAD_ERROR, path, "metadata")) {
         if (key != "flexible_version") continue;
         unsigned major = 0, minor = 0, patch = 0;
-        if (std::sscanf(value.c_str(), "%u.%u.%u", &major, &minor, &patch) != 3)
-            throw KoroException_(LOAD_ERROR, path);
+        if (std::sscanf(value.c_str(), "%u.%u.%u", &major, &minor, &patch) != 3) throw KoroException_(LOAD_ERROR, path);
         flexible_major = major;
         flexible_minor = minor;
         flexible_patch = patch;
@@ -135,8 +126,7 @@ void CompilerLibrary::init_metadata() {
     bool accepted = flexible_major == 3 || (flexible_major == 4 && flexible_minor <= 6);
     if (!accepted)
         throw KoroException_("Flexible_version is expected to be 3.x or 4.0/6 but its " +
-                                 std::to_string(flexible_major) + "." +
-                                 std::to_string(flexible_minor) + "." +
+                                 std::to_string(flexible_major) + "." + std::to_string(flexible_minor) + "." +
                                  std::to_string(flexible_patch),
                              path);
 }
@@ -152,8 +142,7 @@ void CompilerLibrary::init_driver_name() {
     // Any of the characters '.', 's', 'o' -- not the sequence ".so". For the
     // names discovery accepts this cuts exactly the suffix.
     size_t suffix = name.find_last_of(".so");
-    if (suffix != std::string::npos && suffix >= 2 && suffix - 2 <= name.size())
-        name = name.substr(0, suffix - 2);
+    if (suffix != std::string::npos && suffix >= 2 && suffix - 2 <= name.size()) name = name.substr(0, suffix - 2);
 
     size_t prefix = name.find("lib");
     if (prefix != std::string::npos) name = name.substr(prefix + 3);

@@ -38,8 +38,7 @@ public:
     CompilerLibrary& operator=(const CompilerLibrary&) = delete;
 
     // Newest driver first (DriverName::before).
-    static bool before(const std::shared_ptr<CompilerLibrary>& a,
-                       const std::shared_ptr<CompilerLibrary>& b);
+    static bool before(const std::shared_ptr<CompilerLibrary>& a, const std::shared_ptr<CompilerLibrary>& b);
 
     shadex_compile_fn compile = nullptr;
     shadex_release_outputs_fn release_outputs = nullptr;

@@ -28,8 +28,7 @@ struct LibraryOffer {
     std::set<std::string> variants;
 
     void add_family(CompilerType family) {
-        if (std::find(families.begin(), families.end(), family) == families.end())
-            families.push_back(family);
+        if (std::find(families.begin(), families.end(), family) == families.end()) families.push_back(family);
     }
     const std::vector<uint32_t>& versions(CompilerType family) const {
         if (family == CompilerType::OpenCL) return opencl_versions;
@@ -56,8 +55,7 @@ LibraryOffer read_offer(const FlexiblePairs& metadata, const CompilerLibrary& li
             }
         } else if (key == "spirv") {
             // From 4.0 on Vulkan comes with "openglessl"; earlier it is announced here.
-            if (library.flexible_major == 3 && value == "true")
-                offer.add_family(CompilerType::Vulkan);
+            if (library.flexible_major == 3 && value == "true") offer.add_family(CompilerType::Vulkan);
         } else if (key == "openglessl_version") {
             offer.opengles_versions = parse_version_list(key, value);
         } else if (key == "opencl_version") {
@@ -111,51 +109,44 @@ void CompilerManager::add_library_compilers(const std::shared_ptr<CompilerLibrar
     if (library->get_capabilities(&capabilities) != 0) throw KoroException_(LOAD_ERROR);
     Promise release([&library, &capabilities] { library->release_capabilities(&capabilities); });
 
-    LibraryOffer offer = read_offer(
-        read_flexible_list(capabilities.metadata, LOAD_ERROR, library->path, "metadata"), *library);
+    LibraryOffer offer =
+        read_offer(read_flexible_list(capabilities.metadata, LOAD_ERROR, library->path, "metadata"), *library);
     std::vector<HardwareCore> cores = read_hardware_cores(capabilities, LOAD_ERROR, library->path);
     std::string driver = driver_text(library->driver_name);
 
     for (CompilerType family : offer.families) {
         for (const HardwareCore& hardware : cores) {
             if (Denylist::CORES.count(hardware.core)) continue;
-            if (family == CompilerType::Vulkan && Denylist::CORES_VULKAN.count(hardware.core))
-                continue;
+            if (family == CompilerType::Vulkan && Denylist::CORES_VULKAN.count(hardware.core)) continue;
             std::vector<uint32_t> versions = offer.versions(family);
             std::vector<std::string> extensions = offer.extensions(family);
             if (reads_core_capabilities(*library, family))
-                load_core_capabilities(*library, family, hardware.core, hardware.revision,
-                                       versions, extensions);
-            compilers.emplace_back(driver, normalize_core_name(hardware.core), hardware.revision,
-                                   family, versions, extensions, offer.variants, library);
+                load_core_capabilities(*library, family, hardware.core, hardware.revision, versions, extensions);
+            compilers.emplace_back(driver, normalize_core_name(hardware.core), hardware.revision, family, versions,
+                                   extensions, offer.variants, library);
         }
     }
 }
 
-void CompilerManager::load_core_capabilities(CompilerLibrary& library, CompilerType type,
-                                             const std::string& core, const std::string& revision,
-                                             std::vector<uint32_t>& versions,
+void CompilerManager::load_core_capabilities(CompilerLibrary& library, CompilerType type, const std::string& core,
+                                             const std::string& revision, std::vector<uint32_t>& versions,
                                              std::vector<std::string>& extensions) {
     // An interface 1.1 library may omit the symbols; calling through null would crash.
     if (!library.get_core_specific_capabilities || !library.release_core_specific_capabilities)
-        throw KoroException_(LOAD_ERROR,
-                             library.path + " : shadex_get_core_specific_capabilities or "
-                                            "shadex_release_core_specific_capabilities missing");
+        throw KoroException_(LOAD_ERROR, library.path +
+                                             " : shadex_get_core_specific_capabilities or "
+                                             "shadex_release_core_specific_capabilities missing");
 
     shadex_hardware_core hardware{core.c_str(), revision.c_str()};
     shadex_core_specific_capabilities capabilities{};
-    if (library.get_core_specific_capabilities(&hardware, &capabilities) != 0)
-        throw KoroException_(LOAD_ERROR);
-    Promise release([&library, &capabilities] {
-        library.release_core_specific_capabilities(&capabilities);
-    });
+    if (library.get_core_specific_capabilities(&hardware, &capabilities) != 0) throw KoroException_(LOAD_ERROR);
+    Promise release([&library, &capabilities] { library.release_core_specific_capabilities(&capabilities); });
 
     versions.clear();
     extensions.clear();
     CoreKeys keys = core_keys(type);
-    for (const auto& [key, value] : read_flexible_list(capabilities.capabilities, LOAD_ERROR,
-                                                       library.path,
-                                                       "capabilities of core " + core)) {
+    for (const auto& [key, value] :
+         read_flexible_list(capabilities.capabilities, LOAD_ERROR, library.path, "capabilities of core " + core)) {
         if (key == keys.versions) {
             std::vector<uint32_t> listed = parse_version_list(key, value);
             versions.insert(versions.end(), listed.begin(), listed.end());
@@ -168,8 +159,8 @@ void CompilerManager::load_core_capabilities(CompilerLibrary& library, CompilerT
 
 std::vector<Compiler*> CompilerManager::get_compilers(const std::optional<std::string>& driver,
                                                       const std::optional<std::string>& core,
-                                                      const std::optional<std::string>& revision,
-                                                      CompilerType type, uint32_t min_version) {
+                                                      const std::optional<std::string>& revision, CompilerType type,
+                                                      uint32_t min_version) {
     std::vector<Compiler*> found;
     for (Compiler& compiler : compilers) {
         if (compiler.matches(driver, core, revision, type, min_version)) found.push_back(&compiler);
@@ -177,8 +168,7 @@ std::vector<Compiler*> CompilerManager::get_compilers(const std::optional<std::s
     return found;
 }
 
-std::vector<Compiler*> CompilerManager::get_compilers(const std::optional<std::string>& core,
-                                                      CompilerType type) {
+std::vector<Compiler*> CompilerManager::get_compilers(const std::optional<std::string>& core, CompilerType type) {
     return get_compilers(std::nullopt, core, std::nullopt, type, 0);
 }
 

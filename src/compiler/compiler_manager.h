@@ -18,8 +18,8 @@ public:
 
     std::vector<Compiler*> get_compilers(const std::optional<std::string>& driver,
                                          const std::optional<std::string>& core,
-                                         const std::optional<std::string>& revision,
-                                         CompilerType type, uint32_t min_version = 0);
+                                         const std::optional<std::string>& revision, CompilerType type,
+                                         uint32_t min_version = 0);
     std::vector<Compiler*> get_compilers(const std::optional<std::string>& core, CompilerType type);
     Compiler* get_default_compiler(CompilerType type);
 
@@ -30,9 +30,8 @@ public:
 
     // Replaces `versions` and `extensions` with what the library reports for
     // one core (spelled as the library spells it) and API family.
-    static void load_core_capabilities(CompilerLibrary& library, CompilerType type,
-                                       const std::string& core, const std::string& revision,
-                                       std::vector<uint32_t>& versions,
+    static void load_core_capabilities(CompilerLibrary& library, CompilerType type, const std::string& core,
+                                       const std::string& revision, std::vector<uint32_t>& versions,
                                        std::vector<std::string>& extensions);
 
 private:

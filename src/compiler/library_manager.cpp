@@ -8,8 +8,7 @@
 #include "common/text.h"
 
 LibraryManager::LibraryManager(const std::string& dir) {
-    for (const std::string& path : get_library_paths(dir))
-        libraries.push_back(std::make_shared<CompilerLibrary>(path));
+    for (const std::string& path : get_library_paths(dir)) libraries.push_back(std::make_shared<CompilerLibrary>(path));
     // The comparator answers true for equal names, so only a merge sort keeps
     // discovery order among them without harm.
     std::stable_sort(libraries.begin(), libraries.end(), CompilerLibrary::before);
@@ -24,8 +23,7 @@ std::vector<std::string> LibraryManager::get_library_paths(const std::string& di
     return paths;
 }
 
-void LibraryManager::get_lib_paths_from_dir(const std::string& dir,
-                                            std::vector<std::string>& paths) {
+void LibraryManager::get_lib_paths_from_dir(const std::string& dir, std::vector<std::string>& paths) {
     DIR* listing = opendir(dir.c_str());
     if (!listing) return;
     std::string prefix = dir;

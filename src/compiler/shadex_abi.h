@@ -78,10 +78,9 @@ typedef shadex_u32 (*shadex_compile_fn)(const shadex_inputs* inputs, shadex_outp
 typedef void (*shadex_release_outputs_fn)(shadex_outputs* outputs);
 typedef shadex_u32 (*shadex_get_capabilities_fn)(shadex_capabilities* capabilities);
 typedef void (*shadex_release_capabilities_fn)(shadex_capabilities* capabilities);
-typedef shadex_u32 (*shadex_get_core_specific_capabilities_fn)(
-    const shadex_hardware_core* core, shadex_core_specific_capabilities* capabilities);
-typedef void (*shadex_release_core_specific_capabilities_fn)(
-    shadex_core_specific_capabilities* capabilities);
+typedef shadex_u32 (*shadex_get_core_specific_capabilities_fn)(const shadex_hardware_core* core,
+                                                               shadex_core_specific_capabilities* capabilities);
+typedef void (*shadex_release_core_specific_capabilities_fn)(shadex_core_specific_capabilities* capabilities);
 
 shadex_u32 shadex_get_api_version(shadex_api_version* version);
 shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs);
@@ -120,10 +119,8 @@ SHADEX_STATIC_ASSERT(offsetof(shadex_capabilities, cores) == 8, "cores offset");
 SHADEX_STATIC_ASSERT(offsetof(shadex_capabilities, reserved_) == 16, "reserved offset");
 SHADEX_STATIC_ASSERT(offsetof(shadex_capabilities, metadata) == 24, "metadata offset");
 
-SHADEX_STATIC_ASSERT(sizeof(shadex_core_specific_capabilities) == 16,
-                     "shadex_core_specific_capabilities size");
-SHADEX_STATIC_ASSERT(offsetof(shadex_core_specific_capabilities, capabilities) == 0,
-                     "capabilities offset");
+SHADEX_STATIC_ASSERT(sizeof(shadex_core_specific_capabilities) == 16, "shadex_core_specific_capabilities size");
+SHADEX_STATIC_ASSERT(offsetof(shadex_core_specific_capabilities, capabilities) == 0, "capabilities offset");
 
 SHADEX_STATIC_ASSERT(sizeof(shadex_inputs) == 48, "shadex_inputs size");
 SHADEX_STATIC_ASSERT(offsetof(shadex_inputs, source) == 0, "source offset");

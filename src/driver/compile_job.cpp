@@ -18,9 +18,7 @@
 
 namespace {
 
-[[noreturn]] void usage_error(const std::string& message) {
-    throw TCLAP::ArgParseException(message);
-}
+[[noreturn]] void usage_error(const std::string& message) { throw TCLAP::ArgParseException(message); }
 
 std::string api_name_for_message(CompilerType type) {
     switch (type) {
@@ -119,10 +117,8 @@ void check_api_rules(const OptionSet& options, CompilerType api, const InputShap
     switch (api) {
         case CompilerType::OpenGLES:
             if (shape.is_spirv) usage_error("For OpenGL ES, using SPIR-V input is not allowed.");
-            if (!entrypoint.empty())
-                usage_error("For OpenGL ES, setting an entrypoint name is not allowed.");
-            if (has_sconsts)
-                usage_error("For OpenGL ES, specialization constant overrides are not allowed.");
+            if (!entrypoint.empty()) usage_error("For OpenGL ES, setting an entrypoint name is not allowed.");
+            if (has_sconsts) usage_error("For OpenGL ES, specialization constant overrides are not allowed.");
             break;
         case CompilerType::Vulkan:
             if (!has_defines && shape.is_spirv && options.input_files.getValue().size() >= 2)
@@ -131,26 +127,19 @@ void check_api_rules(const OptionSet& options, CompilerType api, const InputShap
                 usage_error("For Vulkan, SPIR-V binary input with preprocessor defines are not allowed.");
             break;
         case CompilerType::OpenCL:
-            if (entrypoint.empty())
-                usage_error("For OpenCL, a kernel entrypoint name must be specified.");
+            if (entrypoint.empty()) usage_error("For OpenCL, a kernel entrypoint name must be specified.");
             if (!is_valid_cl_version(options.opencl.getValue()))
                 usage_error("For OpenCL, the API version must be one of " + valid_cl_versions_text());
-            if (has_sconsts)
-                usage_error("For OpenCL, specialization constant overrides are not allowed.");
+            if (has_sconsts) usage_error("For OpenCL, specialization constant overrides are not allowed.");
             break;
-        default:
-            break;
+        default: break;
     }
 }
 
-void check_opencl_version(const std::string& version, const InputShape& shape,
-                          const Compiler& compiler) {
-    uint32_t number = static_cast<uint32_t>(version[0] - '0') * 100 +
-                      static_cast<uint32_t>(version[2] - '0') * 10;
-    if (number < 300 && shape.is_spirv)
-        usage_error("OpenCL " + version + " does not support SPIR-V binary input.");
-    if (compiler.version < number)
-        usage_error("OpenCL " + version + " is not supported by " + compiler.core + ".");
+void check_opencl_version(const std::string& version, const InputShape& shape, const Compiler& compiler) {
+    uint32_t number = static_cast<uint32_t>(version[0] - '0') * 100 + static_cast<uint32_t>(version[2] - '0') * 10;
+    if (number < 300 && shape.is_spirv) usage_error("OpenCL " + version + " does not support SPIR-V binary input.");
+    if (compiler.version < number) usage_error("OpenCL " + version + " is not supported by " + compiler.core + ".");
 }
 
 // Back-ends and the validator read source text up to its first NUL: a NUL
@@ -164,8 +153,7 @@ void check_no_hidden_text(const Bytes& source) {
 
 std::vector<std::string> search_dirs(const OptionSet& options, const Bytes& source) {
     try {
-        return include_search_dirs(source, options.input_files.getValue().front(),
-                                   options.include_dirs.getValue());
+        return include_search_dirs(source, options.input_files.getValue().front(), options.include_dirs.getValue());
     } catch (const std::invalid_argument& error) {
         usage_error(error.what());
     }
@@ -200,8 +188,7 @@ std::string resolve_entrypoint(const Bytes& module, SourceType stage, std::strin
     }
     if (with_stage == 0) usage_error("Specified shader stage does not match SPIR-V binary.");
     if (entrypoint.empty()) {
-        if (with_stage > 1)
-            usage_error("Specified shader stage is ambiguous and needs an explicit entrypoint name.");
+        if (with_stage > 1) usage_error("Specified shader stage is ambiguous and needs an explicit entrypoint name.");
         entrypoint = only_name;
     }
     for (const auto& [entry_stage, entry_name] : entries)
@@ -210,29 +197,26 @@ std::string resolve_entrypoint(const Bytes& module, SourceType stage, std::strin
 }
 
 CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::string entrypoint,
-                                const std::vector<std::string>& defines,
-                                const SpecializationConstants& constants,
+                                const std::vector<std::string>& defines, const SpecializationConstants& constants,
                                 const std::vector<std::string>& include_dirs, VulkanConverter convert) {
     bool relaxed = false;
     if (!shape.is_spirv) {
         std::vector<std::string> messages;
-        shape.bytes = convert(shape.bytes, defines,
-                                       pretty_print_version_string(compiler.version), entrypoint,
-                                       shape.stage, messages, relaxed, include_dirs);
+        shape.bytes = convert(shape.bytes, defines, pretty_print_version_string(compiler.version), entrypoint,
+                              shape.stage, messages, relaxed, include_dirs);
         entrypoint = "main";
         if (!messages.empty()) {
             shadex_outputs nothing{};
-            auto output = std::make_unique<CompileOutput>(compiler.architecture, compiler.core,
-                                                          compiler.revision, compiler.driver,
-                                                          compiler.type, shape.stage, nothing);
+            auto output = std::make_unique<CompileOutput>(compiler.architecture, compiler.core, compiler.revision,
+                                                          compiler.driver, compiler.type, shape.stage, nothing);
             output->errors.insert(output->errors.end(), messages.begin(), messages.end());
             return output;
         }
     } else if (compiler.architecture == ArchitectureType::Tarsel) {
         uint32_t version = get_spirv_version(shape.bytes);
         if (version > compiler.version)
-            usage_error("SPIR-V " + pretty_print_version_string(version) +
-                        " is not supported by " + compiler.core + ".");
+            usage_error("SPIR-V " + pretty_print_version_string(version) + " is not supported by " + compiler.core +
+                        ".");
     }
 
     std::vector<std::string> warnings = preprocess_spirv(shape.bytes);
@@ -242,18 +226,15 @@ CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::stri
     // Module edits come first: they happened before the back-end saw it.
     output->warnings.insert(output->warnings.begin(), warnings.begin(), warnings.end());
     if (relaxed)
-        output->warnings.push_back(
-            "X0003: GLSL to SPIR-V conversion required relaxed syntax and semantic checks");
+        output->warnings.push_back("X0003: GLSL to SPIR-V conversion required relaxed syntax and semantic checks");
     return output;
 }
 
 }  // namespace
 
-Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type,
-                             SourceType stage) {
+Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type, SourceType stage) {
     if (core == "default") return manager.get_default_compiler(type);
-    if (manager.get_compilers(core, CompilerType::Any).empty())
-        usage_error(core + " is an invalid target core.");
+    if (manager.get_compilers(core, CompilerType::Any).empty()) usage_error(core + " is an invalid target core.");
     std::vector<Compiler*> compilers = manager.get_compilers(core, type);
     if (compilers.empty()) usage_error(core + " does not support " + to_string(type) + ".");
     Compiler* compiler = compilers.front();
@@ -276,8 +257,7 @@ int run_info_job(OptionSet& options, CompilerManager& manager, OmbraOutput& outp
     Compiler* compiler = determine_compiler(manager, core, CompilerType::Any, SourceType::None);
     if (!compiler) throw std::runtime_error("No compiler found matching target GPU");
     ReportFormat format = options.format.getValue();
-    print_core_api_info(output.report(format), manager, compiler->driver, compiler->core,
-                        compiler->revision, format);
+    print_core_api_info(output.report(format), manager, compiler->driver, compiler->core, compiler->revision, format);
     return 0;
 }
 
@@ -315,8 +295,7 @@ int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& o
     else if (api == CompilerType::OpenCL && shape.is_spirv)
         result = compiler->compile_spirv(shape.bytes, shape.stage, cl_std, entrypoint);
     else
-        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint,
-                                   include_dirs);
+        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint, include_dirs);
 
     ReportFormat format = options.format.getValue();
     print_compile_report(output.report(format), options.detailed.getValue(), source_text, *result,

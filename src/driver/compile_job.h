@@ -12,8 +12,7 @@
 // The compiler for a core name (already normalised) and API, or null when
 // "default" names no compiler. Throws the usage errors for unknown or
 // unsuitable cores.
-Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type,
-                             SourceType stage);
+Compiler* determine_compiler(CompilerManager& manager, const std::string& core, CompilerType type, SourceType stage);
 
 // How Vulkan GLSL becomes SPIR-V: compile_to_spirv's contract
 // (input/glslang_validator.h), which is also the default.

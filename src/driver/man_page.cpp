@@ -113,6 +113,7 @@ void write_man_page(std::ostream& out, const OptionSet& options) {
     out << ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\nPrint every option and the file\\-extension table, then exit.\n"
         << ".TP\n\\fB\\-\\-version\\fR\nPrint the version, then exit.\n";
     out << ".SH FILE EXTENSIONS\nWithout a stage switch the stage comes from the input file's name:\n.TS\nl l.\n";
-    for (const FileExtensionInfo& row : FILE_EXT_TYPES) out << roff(row.extension) << "\t" << roff(row.description) << "\n";
+    for (const FileExtensionInfo& row : FILE_EXT_TYPES)
+        out << roff(row.extension) << "\t" << roff(row.description) << "\n";
     out << ".TE\n" << REST;
 }

@@ -14,13 +14,10 @@ constexpr int USAGE_WIDTH = 75;
 
 // The stage switches form group 0 together with these two job switches,
 // which the long usage lists on their own.
-bool is_job_switch(const TCLAP::Arg& arg) {
-    return arg.getName() == "list" || arg.getName() == "info";
-}
+bool is_job_switch(const TCLAP::Arg& arg) { return arg.getName() == "list" || arg.getName() == "info"; }
 
 std::string display_id(const TCLAP::Arg& arg) {
-    if (!arg.getFlag().empty())
-        return "-" + arg.getFlag() + " (--" + arg.getName() + ")";
+    if (!arg.getFlag().empty()) return "-" + arg.getFlag() + " (--" + arg.getName() + ")";
     return "--" + arg.getName();
 }
 
@@ -34,8 +31,7 @@ std::string bare_short_id(const TCLAP::Arg& arg) {
 }  // namespace
 
 std::ostream& OmbraOutput::print_header(std::ostream& out) {
-    out << product::NAME << " v" << product::VERSION << " (Build " << product::BUILD << ")"
-        << std::endl;
+    out << product::NAME << " v" << product::VERSION << " (Build " << product::BUILD << ")" << std::endl;
     out << product::RIGHTS << std::endl;
     out << std::endl;
     header_printed = true;
@@ -143,16 +139,14 @@ void OmbraOutput::print_brief_usage(TCLAP::CmdLineInterface& cmd, std::ostream& 
             text += " " + arg->shortID();
             continue;
         }
-        if (std::find(printed_groups.begin(), printed_groups.end(), group) != printed_groups.end())
-            continue;
+        if (std::find(printed_groups.begin(), printed_groups.end(), group) != printed_groups.end()) continue;
         printed_groups.push_back(group);
         std::string alternatives;
         for (const TCLAP::Arg* member : *group)
             alternatives += (alternatives.empty() ? "" : "|") + bare_short_id(*member);
         text += " {" + alternatives + "}";
     }
-    int second_line_offset = std::min<int>(static_cast<int>(cmd.getProgramName().size()) + 2,
-                                           USAGE_WIDTH / 2);
+    int second_line_offset = std::min<int>(static_cast<int>(cmd.getProgramName().size()) + 2, USAGE_WIDTH / 2);
     spacePrint(out, text, USAGE_WIDTH, 3, second_line_offset);
 }
 
@@ -181,8 +175,8 @@ void OmbraOutput::print_stage_block(std::ostream& out) const {
 void OmbraOutput::print_long_usage(TCLAP::CmdLineInterface& cmd, std::ostream& out) const {
     bool stage_block_printed = false;
     for (TCLAP::Arg* arg : usage_order(cmd)) {
-        bool stage_switch = !exclusive_groups.empty() &&
-                            is_exclusive_arg(exclusive_groups[0], *arg) && !is_job_switch(*arg);
+        bool stage_switch =
+            !exclusive_groups.empty() && is_exclusive_arg(exclusive_groups[0], *arg) && !is_job_switch(*arg);
         if (stage_switch) {
             if (!stage_block_printed) print_stage_block(out);
             stage_block_printed = true;

@@ -39,15 +39,12 @@ bool InputFilesArg::processArg(int* i, std::vector<std::string>& args) {
 }
 
 OptionSet::OptionSet(OmbraOutput& out)
-    : cmd("", ' ', "none"),
-      opengles("", "opengles", "Target the OpenGL ES API.", false),
+    : cmd("", ' ', "none"), opengles("", "opengles", "Target the OpenGL ES API.", false),
       vulkan("", "vulkan", "Target the Vulkan API.", false),
-      opencl("", "opencl", "Target the OpenCL API (" + valid_cl_versions_text() + ").", false,
-             "1.2", "VER"),
+      opencl("", "opencl", "Target the OpenCL API (" + valid_cl_versions_text() + ").", false, "1.2", "VER"),
       vertex("v", "vertex", "Compile a vertex shader.", false),
       tess_control("t", "tessellation_control", "Compile a tessellation control shader.", false),
-      tess_evaluation("e", "tessellation_evaluation", "Compile a tessellation evaluation shader.",
-                      false),
+      tess_evaluation("e", "tessellation_evaluation", "Compile a tessellation evaluation shader.", false),
       geometry("g", "geometry", "Compile a geometry shader.", false),
       fragment("f", "fragment", "Compile a fragment shader.", false),
       compute("C", "compute", "Compile a compute shader.", false),
@@ -75,17 +72,16 @@ OptionSet::OptionSet(OmbraOutput& out)
       sconsts("S", "sconst", "Define a specialization constant.", false, "LOC=VALUE"),
       core("c", "core", "Name the target Ovyn GPU.", false, "default", "CORE"),
       name("n", "name", "Name the program entrypoint.", false, "", "NAME"),
-      detailed("d", "detailed", "Generate a more detailed report.", false),
-      format_values{ReportFormat::Text, ReportFormat::Json},
+      detailed("d", "detailed", "Generate a more detailed report.", false), format_values{ReportFormat::Text,
+                                                                                          ReportFormat::Json},
       format_constraint(format_values),
-      format("", "format", "Specify the report output format.", false, ReportFormat::Text,
-             &format_constraint),
+      format("", "format", "Specify the report output format.", false, ReportFormat::Text, &format_constraint),
       include_dirs("I", "include", "Add a directory to the include search path.", false, "DIR") {
     std::vector<TCLAP::Arg*> order = {
-        &opengles, &vulkan, &opencl, &vertex, &tess_control, &tess_evaluation, &geometry,
-        &fragment, &compute, &kernel, &ray_generation, &ray_any_hit, &ray_closest_hit,
-        &ray_intersection, &ray_miss, &ray_callable, &spirv, &list, &info, &output, &input_files,
-        &defines, &sconsts, &core, &name, &detailed, &format, &include_dirs};
+        &opengles, &vulkan,       &opencl, &vertex,         &tess_control, &tess_evaluation, &geometry,
+        &fragment, &compute,      &kernel, &ray_generation, &ray_any_hit,  &ray_closest_hit, &ray_intersection,
+        &ray_miss, &ray_callable, &spirv,  &list,           &info,         &output,          &input_files,
+        &defines,  &sconsts,      &core,   &name,           &detailed,     &format,          &include_dirs};
     for (TCLAP::Arg* arg : order) cmd.add(arg);
     declaration_order = order;
     cmd.setOutput(&out);
@@ -94,11 +90,12 @@ OptionSet::OptionSet(OmbraOutput& out)
     cmd.setExceptionHandling(false);
     out.set_declaration_order(order);
 
-    for (TCLAP::Arg* stage : std::initializer_list<TCLAP::Arg*>{&vertex, &tess_control, &tess_evaluation, &geometry, &fragment,
-                              &compute, &kernel, &ray_generation, &ray_any_hit, &ray_closest_hit,
-                              &ray_intersection, &ray_miss, &ray_callable, &list, &info})
+    for (TCLAP::Arg* stage : std::initializer_list<TCLAP::Arg*>{
+             &vertex, &tess_control, &tess_evaluation, &geometry, &fragment, &compute, &kernel, &ray_generation,
+             &ray_any_hit, &ray_closest_hit, &ray_intersection, &ray_miss, &ray_callable, &list, &info})
         out.set_exclusive_arg(0, *stage);
-    for (TCLAP::Arg* api : std::initializer_list<TCLAP::Arg*>{&opengles, &vulkan, &opencl}) out.set_exclusive_arg(1, *api);
+    for (TCLAP::Arg* api : std::initializer_list<TCLAP::Arg*>{&opengles, &vulkan, &opencl})
+        out.set_exclusive_arg(1, *api);
 }
 
 void OptionSet::parse(int argc, const char* const* argv) { cmd.parse(argc, argv); }

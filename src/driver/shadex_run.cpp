@@ -37,8 +37,8 @@ int run(OptionSet& options, CompilerManager& manager, OmbraOutput& output, std::
 
 }  // namespace
 
-int run_shadex(std::vector<std::string> args, CompilerManager& manager, std::ostream& out,
-               std::ostream& err, VulkanConverter convert_vulkan_glsl) {
+int run_shadex(std::vector<std::string> args, CompilerManager& manager, std::ostream& out, std::ostream& err,
+               VulkanConverter convert_vulkan_glsl) {
     OmbraOutput output(out, err);
     try {
         OptionSet options(output);

@@ -15,5 +15,5 @@
 // `out` (or the -o file), errors and usage to `err`. Returns the exit status.
 // Vulkan GLSL goes through `convert_vulkan_glsl` (the packaged validator
 // unless another converter of the same contract is given).
-int run_shadex(std::vector<std::string> args, CompilerManager& manager, std::ostream& out,
-               std::ostream& err, VulkanConverter convert_vulkan_glsl = compile_to_spirv);
+int run_shadex(std::vector<std::string> args, CompilerManager& manager, std::ostream& out, std::ostream& err,
+               VulkanConverter convert_vulkan_glsl = compile_to_spirv);

@@ -1,7 +1,6 @@
 #include "input/compile_input.h"
 
-CompileInput::CompileInput(const Bytes& source, const std::string& core,
-                           const std::string& revision)
+CompileInput::CompileInput(const Bytes& source, const std::string& core, const std::string& revision)
     : source(source), core(core), revision(revision) {}
 
 void CompileInput::add_flexible_input(const std::string& key, const std::string& value) {

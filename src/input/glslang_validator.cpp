@@ -58,14 +58,10 @@ bool GlslangValidator::validate_trusted(const std::string& path) {
     return starts_with(output, GLSLANG_TRUSTED_BANNER);
 }
 
-std::string GlslangValidator::generate_spirv_binary(const std::string& validator,
-                                                    const std::string& tempdir,
-                                                    const std::string& source,
-                                                    const std::vector<std::string>& defines,
-                                                    const std::string& version,
-                                                    const std::string& entrypoint,
-                                                    bool& relaxed,
-                                                    const std::vector<std::string>& include_dirs) {
+std::string GlslangValidator::generate_spirv_binary(const std::string& validator, const std::string& tempdir,
+                                                    const std::string& source, const std::vector<std::string>& defines,
+                                                    const std::string& version, const std::string& entrypoint,
+                                                    bool& relaxed, const std::vector<std::string>& include_dirs) {
     relaxed = false;
     // The two blanks in the message for an empty path are long-standing output.
     if (source.empty()) throw GlslangInputError("Source file " + source + " is empty.");
@@ -81,19 +77,13 @@ std::string GlslangValidator::generate_spirv_binary(const std::string& validator
     return output_path;
 }
 
-bool needs_entrypoint_rename(const std::string& entrypoint) {
-    return !entrypoint.empty() && entrypoint != "main";
-}
+bool needs_entrypoint_rename(const std::string& entrypoint) { return !entrypoint.empty() && entrypoint != "main"; }
 
-std::vector<std::string> glslang_arguments(const std::string& validator,
-                                           const std::string& source,
-                                           const std::string& output,
-                                           const std::vector<std::string>& defines,
-                                           const std::string& version,
-                                           const std::string& entrypoint,
+std::vector<std::string> glslang_arguments(const std::string& validator, const std::string& source,
+                                           const std::string& output, const std::vector<std::string>& defines,
+                                           const std::string& version, const std::string& entrypoint,
                                            const std::vector<std::string>& include_dirs) {
-    std::vector<std::string> arguments = {validator, "-V", source, "-o", output,
-                                          "--target-env", "spirv" + version};
+    std::vector<std::string> arguments = {validator, "-V", source, "-o", output, "--target-env", "spirv" + version};
     // Another entry point is compiled under the name main; the validator
     // only accepts that with its relaxed checks.
     if (needs_entrypoint_rename(entrypoint))
@@ -103,8 +93,7 @@ std::vector<std::string> glslang_arguments(const std::string& validator,
     return arguments;
 }
 
-std::vector<std::string> translate_glslang_errors(const std::string& output,
-                                                  const std::string& source_path) {
+std::vector<std::string> translate_glslang_errors(const std::string& output, const std::string& source_path) {
     std::vector<std::string> messages;
     for (const auto& line : split(output, '\n')) {
         if (!starts_with(line, ERROR_PREFIX)) continue;
@@ -122,10 +111,9 @@ std::vector<std::string> translate_glslang_errors(const std::string& output,
     return messages;
 }
 
-Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines,
-                       const std::string& version, const std::string& entrypoint,
-                       SourceType stage, std::vector<std::string>& messages, bool& relaxed,
-                       const std::vector<std::string>& include_dirs) {
+Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines, const std::string& version,
+                       const std::string& entrypoint, SourceType stage, std::vector<std::string>& messages,
+                       bool& relaxed, const std::vector<std::string>& include_dirs) {
     relaxed = false;
     const std::string separator = get_path_sep();
     const std::string validator_path = get_executable_dir() + separator + "external/glslang";
@@ -145,16 +133,14 @@ Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defi
     {
         std::ofstream file(source_path, std::ios::binary | std::ios::trunc);
         if (!file.is_open()) throw KoroException_("Failed to create temp file.");
-        file.write(reinterpret_cast<const char*>(source.data()),
-                   static_cast<std::streamsize>(source.size()));
+        file.write(reinterpret_cast<const char*>(source.data()), static_cast<std::streamsize>(source.size()));
     }
 
     std::string binary_path;
     try {
         GlslangValidator validator(validator_path);
-        binary_path = GlslangValidator::generate_spirv_binary(
-            validator.path, tempdir, source_path, defines, version, entrypoint, relaxed,
-            include_dirs);
+        binary_path = GlslangValidator::generate_spirv_binary(validator.path, tempdir, source_path, defines, version,
+                                                              entrypoint, relaxed, include_dirs);
     } catch (const GlslangBinaryError&) {
         throw KoroException_("Packaged glslang binary not found");
     } catch (const GlslangInputError& error) {

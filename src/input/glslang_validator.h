@@ -44,12 +44,9 @@ public:
 
     // Converts `source` into tempdir/temp-binary.spv and returns that path.
     // `relaxed` tells whether the entry point had to be renamed to main.
-    static std::string generate_spirv_binary(const std::string& validator,
-                                             const std::string& tempdir,
-                                             const std::string& source,
-                                             const std::vector<std::string>& defines,
-                                             const std::string& version,
-                                             const std::string& entrypoint, bool& relaxed,
+    static std::string generate_spirv_binary(const std::string& validator, const std::string& tempdir,
+                                             const std::string& source, const std::vector<std::string>& defines,
+                                             const std::string& version, const std::string& entrypoint, bool& relaxed,
                                              const std::vector<std::string>& include_dirs = {});
 
     std::string path;
@@ -61,24 +58,19 @@ bool needs_entrypoint_rename(const std::string& entrypoint);
 
 // The validator's argument vector, program first; nothing is quoted because
 // no shell is involved. Include directories come last, one "-I<dir>" each.
-std::vector<std::string> glslang_arguments(const std::string& validator,
-                                           const std::string& source,
-                                           const std::string& output,
-                                           const std::vector<std::string>& defines,
-                                           const std::string& version,
-                                           const std::string& entrypoint,
+std::vector<std::string> glslang_arguments(const std::string& validator, const std::string& source,
+                                           const std::string& output, const std::vector<std::string>& defines,
+                                           const std::string& version, const std::string& entrypoint,
                                            const std::vector<std::string>& include_dirs = {});
 
 // Turns the validator's output for a failed conversion into compiler
 // messages ("0:LINE: X0000: ..." or "X0000: ..." for link errors). A
 // diagnostic about an included file keeps that file's name.
-std::vector<std::string> translate_glslang_errors(const std::string& output,
-                                                  const std::string& source_path);
+std::vector<std::string> translate_glslang_errors(const std::string& output, const std::string& source_path);
 
 // Converts Vulkan GLSL with the validator under the executable's directory.
 // On a conversion failure the reasons are appended to `messages` and the
 // result is empty. A missing or untrusted validator raises KoroException_.
-Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines,
-                       const std::string& version, const std::string& entrypoint,
-                       SourceType stage, std::vector<std::string>& messages, bool& relaxed,
-                       const std::vector<std::string>& include_dirs = {});
+Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines, const std::string& version,
+                       const std::string& entrypoint, SourceType stage, std::vector<std::string>& messages,
+                       bool& relaxed, const std::vector<std::string>& include_dirs = {});

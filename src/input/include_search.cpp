@@ -51,9 +51,8 @@ std::vector<std::string> include_search_dirs(const Bytes& source, const std::str
     for (const std::string& dir : include_dirs) {
         std::error_code error;
         if (!fs::is_directory(dir, error))
-            throw std::invalid_argument(
-                fs::exists(dir, error) ? "Include directory " + dir + " is not a directory."
-                                       : "Include directory " + dir + " does not exist.");
+            throw std::invalid_argument(fs::exists(dir, error) ? "Include directory " + dir + " is not a directory."
+                                                               : "Include directory " + dir + " does not exist.");
     }
     if (include_dirs.empty() && !has_include_directive(source)) return {};
     std::vector<std::string> dirs = {directory_of(first_input)};

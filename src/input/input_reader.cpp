@@ -2,16 +2,15 @@
 
 #include <sys/stat.h>
 
+#include <tclap/ArgException.h>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <tclap/ArgException.h>
 
 namespace {
 
 void append_stream(std::istream& stream, Bytes& bytes) {
-    bytes.insert(bytes.end(), std::istreambuf_iterator<char>(stream),
-                 std::istreambuf_iterator<char>());
+    bytes.insert(bytes.end(), std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
 }
 
 // An ifstream may open a directory and then read nothing; reject it up front.
@@ -36,8 +35,7 @@ Bytes read_inputs(const std::vector<std::string>& files) {
         }
         std::ifstream file;
         if (!is_directory(name)) file.open(name, std::ios::in | std::ios::binary);
-        if (!file.is_open())
-            throw TCLAP::ArgParseException("Input file " + name + " does not exist.");
+        if (!file.is_open()) throw TCLAP::ArgParseException("Input file " + name + " does not exist.");
         append_stream(file, bytes);
     }
 

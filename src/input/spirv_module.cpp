@@ -10,7 +10,6 @@ namespace {
 constexpr size_t WORD_BYTES = 4;
 constexpr size_t HEADER_BYTES = 5 * WORD_BYTES;
 
-
 const std::vector<std::string> SPIRV_STRIPPED_EXTENSIONS = {
     "SPV_GOOGLE_user_type",
     "SPV_GOOGLE_decorate_string",
@@ -18,17 +17,15 @@ const std::vector<std::string> SPIRV_STRIPPED_EXTENSIONS = {
 
 // Callers guarantee offset + 4 <= module.size().
 uint32_t read_word(const Bytes& module, size_t offset) {
-    return uint32_t(module[offset]) | uint32_t(module[offset + 1]) << 8 |
-           uint32_t(module[offset + 2]) << 16 | uint32_t(module[offset + 3]) << 24;
+    return uint32_t(module[offset]) | uint32_t(module[offset + 1]) << 8 | uint32_t(module[offset + 2]) << 16 |
+           uint32_t(module[offset + 3]) << 24;
 }
 
 void write_word(Bytes& module, size_t offset, uint32_t word) {
     for (size_t i = 0; i < WORD_BYTES; ++i) module[offset + i] = uint8_t(word >> (8 * i));
 }
 
-bool has_magic(const Bytes& module) {
-    return module.size() >= WORD_BYTES && read_word(module, 0) == spv::MagicNumber;
-}
+bool has_magic(const Bytes& module) { return module.size() >= WORD_BYTES && read_word(module, 0) == spv::MagicNumber; }
 
 // One instruction of a module, seen through bounds-checked accessors: an
 // operand that lies past the end of the buffer simply does not exist.
@@ -146,8 +143,7 @@ bool fits(const IntType& type, int64_t value) {
 // Literals up to 32 bits take one word, sign-extended for signed types (the
 // low 32 bits of an in-range int64 already are); 64-bit literals take two,
 // low word first.
-void write_int_literal(Bytes& module, const Instruction& constant, const IntType& type,
-                       int64_t value) {
+void write_int_literal(Bytes& module, const Instruction& constant, const IntType& type, int64_t value) {
     uint64_t bits = static_cast<uint64_t>(value);
     write_word(module, constant.word_offset(3), uint32_t(bits));
     if (type.width == 64) write_word(module, constant.word_offset(4), uint32_t(bits >> 32));
@@ -179,8 +175,7 @@ std::vector<SpirvEntryPoint> enumerate_spirv_entrypoints(const Bytes& module) {
     std::vector<SpirvEntryPoint> entry_points;
     if (!has_magic(module)) return entry_points;
     walk_instructions(module, [&](const Instruction& instruction) {
-        if (instruction.opcode() == spv::OpEntryPoint)
-            entry_points.push_back(read_entry_point(instruction));
+        if (instruction.opcode() == spv::OpEntryPoint) entry_points.push_back(read_entry_point(instruction));
         return Step::Next;
     });
     return entry_points;
@@ -216,8 +211,7 @@ std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool
             found = true;
             uint16_t wanted_opcode = value ? spv::OpSpecConstantTrue : spv::OpSpecConstantFalse;
             if (opcode != wanted_opcode)
-                write_word(module, instruction.start(),
-                           instruction.word_count() << 16 | wanted_opcode);
+                write_word(module, instruction.start(), instruction.word_count() << 16 | wanted_opcode);
             return Step::Stop;
         }
         return Step::Next;
@@ -246,8 +240,7 @@ std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64
                 if (type.id != type_id) continue;
                 size_t literal_words = type.width == 64 ? 2 : 1;
                 size_t last_literal = 2 + literal_words;
-                if (instruction.word_count() <= last_literal || !instruction.has_word(last_literal))
-                    break;
+                if (instruction.word_count() <= last_literal || !instruction.has_word(last_literal)) break;
                 if (!fits(type, value)) {
                     result = "Value out of range for int" + where;
                 } else {

@@ -43,6 +43,5 @@ std::vector<shadex_flexible_list> variant_lists(const shadex_outputs& outputs) {
     if (outputs.variants == nullptr) {
         throw_malformed("null list of " + std::to_string(outputs.variant_count) + " variants");
     }
-    return std::vector<shadex_flexible_list>(outputs.variants,
-                                             outputs.variants + outputs.variant_count);
+    return std::vector<shadex_flexible_list>(outputs.variants, outputs.variants + outputs.variant_count);
 }

@@ -8,8 +8,7 @@
 namespace {
 
 // A known-benign warning the back-end raises for every large binding.
-const std::string SUPPRESSED_WARNING =
-    "0:1: SPV01: Warning: 'Binding' is larger than allowed maximum";
+const std::string SUPPRESSED_WARNING = "0:1: SPV01: Warning: 'Binding' is larger than allowed maximum";
 
 void append_once(std::vector<std::string>& lines, const std::string& line) {
     if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);
@@ -25,15 +24,10 @@ bool ShaderVariant::before(const ShaderVariant& a, const ShaderVariant& b) {
     return variant_rank(a.name) < variant_rank(b.name);
 }
 
-CompileOutput::CompileOutput(ArchitectureType architecture, const std::string& core,
-                             const std::string& revision, const std::string& driver,
-                             CompilerType compiler_type, SourceType source_type,
+CompileOutput::CompileOutput(ArchitectureType architecture, const std::string& core, const std::string& revision,
+                             const std::string& driver, CompilerType compiler_type, SourceType source_type,
                              const shadex_outputs& outputs)
-    : architecture(architecture),
-      core(core),
-      revision(revision),
-      driver(driver),
-      compiler_type(compiler_type),
+    : architecture(architecture), core(core), revision(revision), driver(driver), compiler_type(compiler_type),
       source_type(source_type) {
     read_messages(outputs);
     for (const auto& record : variant_lists(outputs)) read_variant(record);

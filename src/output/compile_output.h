@@ -60,9 +60,8 @@ struct ShaderVariant {
 class CompileOutput {
 public:
     // Copies everything it keeps; no pointer into `outputs` survives.
-    CompileOutput(ArchitectureType architecture, const std::string& core,
-                  const std::string& revision, const std::string& driver,
-                  CompilerType compiler_type, SourceType source_type,
+    CompileOutput(ArchitectureType architecture, const std::string& core, const std::string& revision,
+                  const std::string& driver, CompilerType compiler_type, SourceType source_type,
                   const shadex_outputs& outputs);
 
     bool has_property(ShaderProps property) const;
@@ -95,8 +94,7 @@ private:
 
     void read_messages(const shadex_outputs& outputs);
     void read_variant(const shadex_flexible_list& record);
-    void read_statistic(VariantReading& reading, const std::string& key,
-                        const std::string& value);
+    void read_statistic(VariantReading& reading, const std::string& key, const std::string& value);
     void read_work_registers(ShaderVariant& variant, int32_t registers) const;
     void read_render_target(VariantReading& reading, const std::string& value);
     void keep_variant(VariantReading& reading);

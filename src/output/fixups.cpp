@@ -32,9 +32,7 @@ void erase_at(std::vector<T>& list, size_t index) {
     if (index < list.size()) list.erase(list.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
-float larger(float x, float y) {
-    return x > y ? x : y;
-}
+float larger(float x, float y) { return x > y ? x : y; }
 
 // 1-based aggregate-cost group of a core, 0 when it is in none. The last
 // group is tested first.
@@ -58,21 +56,17 @@ float aggregate_arithmetic_cost(size_t group, float fma, float cvt, float sfu) {
             const float t = 2.0f * fma - cvt - 0.25f * sfu;
             return larger(sfu, cvt + 0.25f * sfu + (t > 0.0f ? 0.5f * t : 0.0f));
         }
-        case 2:
-            return larger(sfu, fma + cvt + 0.25f * sfu);
-        case 1:
-            return larger(larger(fma, cvt), sfu);
-        default:
-            return std::numeric_limits<float>::quiet_NaN();
+        case 2: return larger(sfu, fma + cvt + 0.25f * sfu);
+        case 1: return larger(larger(fma, cvt), sfu);
+        default: return std::numeric_limits<float>::quiet_NaN();
     }
 }
 
 // Prepends the aggregate of the first three entries. A list too short to
 // hold all three gets NaN, so that it still lines up with the pipe names.
 void prepend_aggregate(std::vector<float>& list, size_t group) {
-    const float aggregate =
-        list.size() < 3 ? std::numeric_limits<float>::quiet_NaN()
-                        : aggregate_arithmetic_cost(group, list[0], list[1], list[2]);
+    const float aggregate = list.size() < 3 ? std::numeric_limits<float>::quiet_NaN()
+                                            : aggregate_arithmetic_cost(group, list[0], list[1], list[2]);
     list.insert(list.begin(), aggregate);
 }
 
@@ -80,9 +74,9 @@ void prepend_aggregate(std::vector<float>& list, size_t group) {
 
 void CompileOutput::workaround_empty_programs() {
     if (architecture == ArchitectureType::Tarsel) return;
-    variants.erase(std::remove_if(variants.begin(), variants.end(),
-                                  [](const ShaderVariant& v) { return v.cycles.empty(); }),
-                   variants.end());
+    variants.erase(
+        std::remove_if(variants.begin(), variants.end(), [](const ShaderVariant& v) { return v.cycles.empty(); }),
+        variants.end());
 }
 
 void CompileOutput::workaround_longest_path() {
@@ -145,9 +139,9 @@ void CompileOutput::workaround_varying_frag_only() {
 void CompileOutput::workaround_common_attribute_streams() {
     // A stream feeding the position is listed only there.
     for (const auto& position : position_attributes) {
-        const auto twin = std::find_if(
-            varying_attributes.begin(), varying_attributes.end(),
-            [&](const ShaderAttribute& varying) { return varying.symbol == position.symbol; });
+        const auto twin =
+            std::find_if(varying_attributes.begin(), varying_attributes.end(),
+                         [&](const ShaderAttribute& varying) { return varying.symbol == position.symbol; });
         if (twin != varying_attributes.end()) varying_attributes.erase(twin);
     }
 }
@@ -181,10 +175,8 @@ void CompileOutput::workaround_opencl_error_strings() {
 void CompileOutput::workaround_opencl_missing_tls_size() {
     for (auto& variant : variants) {
         if (variant.tls_size >= 0 || (variant.spill_size < 0 && variant.stack_size < 0)) continue;
-        const int64_t total = int64_t{std::max(variant.stack_size, 0)} +
-                              int64_t{std::max(variant.spill_size, 0)};
-        variant.tls_size = static_cast<int32_t>(
-            std::min<int64_t>(total, std::numeric_limits<int32_t>::max()));
+        const int64_t total = int64_t{std::max(variant.stack_size, 0)} + int64_t{std::max(variant.spill_size, 0)};
+        variant.tls_size = static_cast<int32_t>(std::min<int64_t>(total, std::numeric_limits<int32_t>::max()));
     }
 }
 
@@ -204,8 +196,7 @@ void CompileOutput::workaround_pelion_pipe_names() {
 }
 
 void CompileOutput::workaround_pelion_aggregate_cost() {
-    if (static_cast<int32_t>(architecture) < static_cast<int32_t>(ArchitectureType::Pelion) ||
-        variants.empty()) {
+    if (static_cast<int32_t>(architecture) < static_cast<int32_t>(ArchitectureType::Pelion) || variants.empty()) {
         return;
     }
     const size_t group = aggregate_cost_group(core);

@@ -16,13 +16,7 @@ const std::unordered_map<uint32_t, std::string> VARIANT_NAMES = {
 };
 
 const std::vector<std::string> VARIANT_ORDER = {
-    "Main",
-    "Position",
-    "Varying",
-    "Render target 0",
-    "Render target 1",
-    "Render target 2",
-    "Render target 3",
+    "Main", "Position", "Varying", "Render target 0", "Render target 1", "Render target 2", "Render target 3",
 };
 
 const std::unordered_map<std::string, ShaderProps> SHADER_FLAG_PROPS = {
@@ -46,29 +40,20 @@ const std::vector<OccupancyRow> OSTREM_OCCUPANCY = {{32, 100}, {64, 50}};
 const std::vector<OccupancyRow>& occupancy_table(ArchitectureType architecture) {
     switch (architecture) {
         case ArchitectureType::None:
-        case ArchitectureType::Tarsel:
-            return TARSEL_OCCUPANCY;
+        case ArchitectureType::Tarsel: return TARSEL_OCCUPANCY;
         case ArchitectureType::Ostrem:
         case ArchitectureType::Pelion:
-        case ArchitectureType::FifthGen:
-            return OSTREM_OCCUPANCY;
+        case ArchitectureType::FifthGen: return OSTREM_OCCUPANCY;
     }
-    throw KoroException_("Unsupported architecture for occupancy",
-                         static_cast<uint32_t>(architecture));
+    throw KoroException_("Unsupported architecture for occupancy", static_cast<uint32_t>(architecture));
 }
 
-int32_t work_register_capacity(ArchitectureType architecture) {
-    return occupancy_table(architecture).back().registers;
-}
+int32_t work_register_capacity(ArchitectureType architecture) { return occupancy_table(architecture).back().registers; }
 
 const std::unordered_map<std::string, int32_t> UNIFORM_REGISTERS = {
-    {"Koro-N11", 128},      {"Koro-N21", 128},      {"Koro-N22", 128},
-    {"Koro-N31", 128},      {"Koro-N32", 128},      {"Koro-N36", 128},
-    {"Koro-N47", 128},      {"Koro-N58", 128},      {"Koro-N67", 128},
-    {"Koro-N68", 128},      {"Koro-N68SX", 128},    {"Koro-N403", 128},
-    {"Koro-N503", 128},     {"Koro-N603", 128},     {"Koro-N703", 128},
-    {"Koro-N605", 128},     {"Koro-N705", 128},     {"Solvaris-N705", 128},
-    {"Koro-N607", 128},     {"Koro-N609", 128},     {"Koro-N707", 128},
-    {"Koro-N709", 128},     {"Solvaris-N707", 128}, {"Solvaris-N909", 128},
-    {"Koro N1", 256},
+    {"Koro-N11", 128},   {"Koro-N21", 128},  {"Koro-N22", 128},      {"Koro-N31", 128},      {"Koro-N32", 128},
+    {"Koro-N36", 128},   {"Koro-N47", 128},  {"Koro-N58", 128},      {"Koro-N67", 128},      {"Koro-N68", 128},
+    {"Koro-N68SX", 128}, {"Koro-N403", 128}, {"Koro-N503", 128},     {"Koro-N603", 128},     {"Koro-N703", 128},
+    {"Koro-N605", 128},  {"Koro-N705", 128}, {"Solvaris-N705", 128}, {"Koro-N607", 128},     {"Koro-N609", 128},
+    {"Koro-N707", 128},  {"Koro-N709", 128}, {"Solvaris-N707", 128}, {"Solvaris-N909", 128}, {"Koro N1", 256},
 };

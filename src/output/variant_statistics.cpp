@@ -14,9 +14,9 @@
 
 struct CompileOutput::VariantReading {
     ShaderVariant variant;
-    uint32_t flags = 0;        // "shader_flag" bits seen so far
-    bool drop_after = false;   // remove once all keys are read
-    bool drop_now = false;     // remove without reading further
+    uint32_t flags = 0;       // "shader_flag" bits seen so far
+    bool drop_after = false;  // remove once all keys are read
+    bool drop_now = false;    // remove without reading further
 };
 
 namespace {
@@ -24,13 +24,9 @@ namespace {
 const uint32_t VARIANT_NAME_BITS = 0x101;
 const std::string NOT_REPORTED = "N/A";
 
-int32_t integer(const std::string& value) {
-    return std::stoi(value);
-}
+int32_t integer(const std::string& value) { return std::stoi(value); }
 
-float real(const std::string& value) {
-    return std::stof(value);
-}
+float real(const std::string& value) { return std::stof(value); }
 
 // A fraction scaled to a whole percentage, truncated toward zero; "N/A"
 // and NaN mean not applicable (-1).
@@ -88,8 +84,7 @@ void CompileOutput::keep_variant(VariantReading& reading) {
     variants.push_back(std::move(reading.variant));
 }
 
-void CompileOutput::read_statistic(VariantReading& reading, const std::string& key,
-                                   const std::string& value) {
+void CompileOutput::read_statistic(VariantReading& reading, const std::string& key, const std::string& value) {
     ShaderVariant& variant = reading.variant;
     if (IGNORED_STATISTICS_KEYS.count(key) != 0) {
         return;
@@ -134,8 +129,7 @@ void CompileOutput::read_statistic(VariantReading& reading, const std::string& k
     } else if (key == "arithmetic_shortest_path" || key == "load_store_shortest_path" ||
                key == "texture_shortest_path") {
         variant.shortest_path.push_back(real(value));
-    } else if (key == "arithmetic_longest_path" || key == "load_store_longest_path" ||
-               key == "texture_longest_path") {
+    } else if (key == "arithmetic_longest_path" || key == "load_store_longest_path" || key == "texture_longest_path") {
         variant.longest_path.push_back(real(value));
     } else if (key == "pipe_names") {
         variant.pipe_names = split(value, '/');

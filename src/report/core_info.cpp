@@ -12,26 +12,23 @@ using nlohmann::json;
 namespace {
 
 // The first (best) compiler of one API for the selected core, or null.
-Compiler* find_compiler(CompilerManager& manager, const std::string& driver,
-                        const std::string& core, const std::string& revision, CompilerType type) {
+Compiler* find_compiler(CompilerManager& manager, const std::string& driver, const std::string& core,
+                        const std::string& revision, CompilerType type) {
     std::vector<Compiler*> compilers = manager.get_compilers(driver, core, revision, type);
     return compilers.empty() ? nullptr : compilers.front();
 }
 
-Compiler* require_compiler(CompilerManager& manager, const std::string& driver,
-                           const std::string& core, const std::string& revision) {
+Compiler* require_compiler(CompilerManager& manager, const std::string& driver, const std::string& core,
+                           const std::string& revision) {
     Compiler* compiler = find_compiler(manager, driver, core, revision, CompilerType::Any);
     if (compiler == nullptr) throw std::runtime_error("No compiler found matching target GPU");
     return compiler;
 }
 
 // SPIR-V versions are stored in hundredths; 130 reads 1.3 and 100 reads 1.
-float spirv_version(const Compiler& compiler) {
-    return static_cast<float>(compiler.version) / 100.0f;
-}
+float spirv_version(const Compiler& compiler) { return static_cast<float>(compiler.version) / 100.0f; }
 
-void print_extensions(std::ostream& out, const std::string& title, Compiler* compiler,
-                      const std::string& when_empty) {
+void print_extensions(std::ostream& out, const std::string& title, Compiler* compiler, const std::string& when_empty) {
     print_section_title(out, title);
     if (compiler == nullptr) {
         out << "Not supported" << std::endl;
@@ -57,8 +54,7 @@ json api_json(Compiler* compiler, json max_version) {
 }  // namespace
 
 void print_core_api_info(std::ostream& out, CompilerManager& manager, const std::string& driver,
-                         const std::string& core, const std::string& revision,
-                         ReportFormat format) {
+                         const std::string& core, const std::string& revision, ReportFormat format) {
     if (format == ReportFormat::Json) {
         print_core_api_info_json(out, manager, driver, core, revision);
         return;
@@ -75,13 +71,10 @@ void print_core_api_info(std::ostream& out, CompilerManager& manager, const std:
     print_language_info(out, manager, driver, core, revision);
 
     print_extensions(out, "OpenGL ES ESSL Extensions",
-                     find_compiler(manager, driver, core, revision, CompilerType::OpenGLES),
-                     "No supported extensions");
+                     find_compiler(manager, driver, core, revision, CompilerType::OpenGLES), "No supported extensions");
     print_extensions(out, "Vulkan SPIR-V Extensions",
-                     find_compiler(manager, driver, core, revision, CompilerType::Vulkan),
-                     "Extension support unknown");
-    print_extensions(out, "OpenCL C Extensions",
-                     find_compiler(manager, driver, core, revision, CompilerType::OpenCL),
+                     find_compiler(manager, driver, core, revision, CompilerType::Vulkan), "Extension support unknown");
+    print_extensions(out, "OpenCL C Extensions", find_compiler(manager, driver, core, revision, CompilerType::OpenCL),
                      "No supported extensions");
 }
 
@@ -113,9 +106,8 @@ void print_language_info(std::ostream& out, CompilerManager& manager, const std:
     out << std::endl;
 }
 
-void print_core_api_info_json(std::ostream& out, CompilerManager& manager,
-                              const std::string& driver, const std::string& core,
-                              const std::string& revision) {
+void print_core_api_info_json(std::ostream& out, CompilerManager& manager, const std::string& driver,
+                              const std::string& core, const std::string& revision) {
     Compiler* first = require_compiler(manager, driver, core, revision);
     Compiler* opengles = find_compiler(manager, driver, core, revision, CompilerType::OpenGLES);
     Compiler* vulkan = find_compiler(manager, driver, core, revision, CompilerType::Vulkan);
@@ -134,8 +126,7 @@ void print_core_api_info_json(std::ostream& out, CompilerManager& manager,
     // value (1.2999999523162842 for 130), unlike the other two APIs.
     json apis = json::object();
     apis["opengles"] = api_json(opengles, opengles ? json(opengles->version) : json());
-    apis["vulkan"] =
-        api_json(vulkan, vulkan ? json(static_cast<double>(spirv_version(*vulkan))) : json());
+    apis["vulkan"] = api_json(vulkan, vulkan ? json(static_cast<double>(spirv_version(*vulkan))) : json());
     apis["opencl"] = api_json(opencl, opencl ? json(opencl->version) : json());
 
     json document = json::object();

@@ -16,6 +16,5 @@ void print_core_api_info(std::ostream& out, CompilerManager& manager, const std:
 void print_language_info(std::ostream& out, CompilerManager& manager, const std::string& driver,
                          const std::string& core, const std::string& revision);
 
-void print_core_api_info_json(std::ostream& out, CompilerManager& manager,
-                              const std::string& driver, const std::string& core,
-                              const std::string& revision);
+void print_core_api_info_json(std::ostream& out, CompilerManager& manager, const std::string& driver,
+                              const std::string& core, const std::string& revision);

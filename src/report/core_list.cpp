@@ -9,8 +9,7 @@ using nlohmann::json;
 
 namespace {
 
-const CompilerType API_ORDER[] = {CompilerType::OpenGLES, CompilerType::Vulkan,
-                                  CompilerType::OpenCL};
+const CompilerType API_ORDER[] = {CompilerType::OpenGLES, CompilerType::Vulkan, CompilerType::OpenCL};
 
 std::vector<std::string> api_names(uint32_t api_set) {
     std::vector<std::string> names;
@@ -34,9 +33,8 @@ std::set<std::string> get_drivers(CompilerManager& manager) {
 void summarise(CompilerManager& manager, const std::set<std::string>& drivers,
                std::map<std::string, uint32_t>& api_sets, std::vector<std::string>& core_order) {
     for (const auto& driver : drivers) {
-        get_core_summary(
-            manager.get_compilers(driver, std::nullopt, std::nullopt, CompilerType::Any),
-            api_sets, core_order);
+        get_core_summary(manager.get_compilers(driver, std::nullopt, std::nullopt, CompilerType::Any), api_sets,
+                         core_order);
     }
 }
 
@@ -66,8 +64,7 @@ void print_core_list_json(std::ostream& out, CompilerManager& manager) {
 
 }  // namespace
 
-void get_core_summary(const std::vector<Compiler*>& compilers,
-                      std::map<std::string, uint32_t>& api_sets,
+void get_core_summary(const std::vector<Compiler*>& compilers, std::map<std::string, uint32_t>& api_sets,
                       std::vector<std::string>& core_order) {
     for (const Compiler* compiler : compilers) {
         if (api_sets.find(compiler->core) == api_sets.end()) {
@@ -77,8 +74,7 @@ void get_core_summary(const std::vector<Compiler*>& compilers,
     }
 }
 
-void print_core_summary(std::ostream& out, CompilerManager& manager,
-                        const std::set<std::string>& drivers) {
+void print_core_summary(std::ostream& out, CompilerManager& manager, const std::set<std::string>& drivers) {
     std::map<std::string, uint32_t> api_sets;
     std::vector<std::string> core_order;
     summarise(manager, drivers, api_sets, core_order);
@@ -93,8 +89,7 @@ void print_core_summary(std::ostream& out, CompilerManager& manager,
             print_section_title(out, to_string(architecture) + " architecture");
             previous = architecture;
         }
-        out << core << " (" << pretty_print_list(api_names(api_sets.at(core)), ", ", "") << ")"
-            << std::endl;
+        out << core << " (" << pretty_print_list(api_names(api_sets.at(core)), ", ", "") << ")" << std::endl;
     }
 }
 
@@ -103,11 +98,8 @@ void print_available_cores(std::ostream& out, CompilerManager& manager, ReportFo
         case ReportFormat::Text:
             print_core_summary(out, manager, get_drivers(manager));
             out << std::endl;
-            out << "Use \"shadex --info --core <name>\" to get details about a specific GPU."
-                << std::endl;
+            out << "Use \"shadex --info --core <name>\" to get details about a specific GPU." << std::endl;
             break;
-        case ReportFormat::Json:
-            print_core_list_json(out, manager);
-            break;
+        case ReportFormat::Json: print_core_list_json(out, manager); break;
     }
 }

@@ -15,13 +15,9 @@ void print_heading(std::ostream& out, const std::string& title, char underline) 
 
 }  // namespace
 
-void print_section_title(std::ostream& out, const std::string& title) {
-    print_heading(out, title, '=');
-}
+void print_section_title(std::ostream& out, const std::string& title) { print_heading(out, title, '='); }
 
-void print_section_subtitle(std::ostream& out, const std::string& title) {
-    print_heading(out, title, '-');
-}
+void print_section_subtitle(std::ostream& out, const std::string& title) { print_heading(out, title, '-'); }
 
 std::string pad_str(const std::string& text, unsigned width) {
     if (text.size() >= width) return text;

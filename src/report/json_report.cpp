@@ -31,7 +31,8 @@ std::string documentation_link() {
         auto installed = (std::filesystem::path(dir) / SHADEX_DOC_FROM_EXECUTABLE / "README.md").lexically_normal();
         if (std::filesystem::is_regular_file(installed, error)) return "file://" + installed.string();
     }
-    if (std::filesystem::is_regular_file(SHADEX_SOURCE_README, error)) return std::string("file://") + SHADEX_SOURCE_README;
+    if (std::filesystem::is_regular_file(SHADEX_SOURCE_README, error))
+        return std::string("file://") + SHADEX_SOURCE_README;
     return "file:///usr/share/doc/shadex/README.md";
 }
 
@@ -46,8 +47,8 @@ json schema(const std::string& name, int version) {
     return object;
 }
 
-json variant_property(const std::string& name, const std::string& display_name,
-                      const std::string& description, json value) {
+json variant_property(const std::string& name, const std::string& display_name, const std::string& description,
+                      json value) {
     json object = json::object();
     object["name"] = name;
     object["display_name"] = display_name;
@@ -59,62 +60,55 @@ json variant_property(const std::string& name, const std::string& display_name,
 json variant_properties(const ShaderVariant& variant, SourceType source_type) {
     json properties = json::array();
     properties.push_back(variant_property("work_registers_used", "Work Registers Used",
-                                          "Number of read-write work registers used.",
-                                          variant.work_registers_used));
+                                          "Number of read-write work registers used.", variant.work_registers_used));
     properties.push_back(variant_property("thread_occupancy", "Thread Occupancy",
-                                          "Shader core thread occupancy percentage.",
-                                          variant.occupancy));
+                                          "Shader core thread occupancy percentage.", variant.occupancy));
     properties.push_back(variant_property("uniform_registers_used", "Uniform Registers Used",
                                           "Number of read-only uniform registers used.",
                                           variant.uniform_registers_used));
     bool compute = source_type == SourceType::Compute || source_type == SourceType::Kernel;
     if (compute && variant.wls_size >= 0) {
-        properties.push_back(variant_property(
-            "shared_storage_size", "Shared Storage Size",
-            "Number of bytes of workgroup shared storage allocated.", variant.wls_size));
+        properties.push_back(variant_property("shared_storage_size", "Shared Storage Size",
+                                              "Number of bytes of workgroup shared storage allocated.",
+                                              variant.wls_size));
     }
     // The whole stack is the thread-local storage; alloca and spill are its two regions.
     if (variant.tls_size >= 0) {
-        properties.push_back(variant_property("stack_size", "Stack Size",
-                                              "Number of bytes of stack memory allocated.",
+        properties.push_back(variant_property("stack_size", "Stack Size", "Number of bytes of stack memory allocated.",
                                               variant.tls_size));
     }
-    properties.push_back(variant_property(
-        "has_stack_spilling", "Has Stack Spilling",
-        "True if one or more registers were spilled to the stack.", variant.has_spilling));
+    properties.push_back(variant_property("has_stack_spilling", "Has Stack Spilling",
+                                          "True if one or more registers were spilled to the stack.",
+                                          variant.has_spilling));
     if (variant.spill_size >= 0) {
         properties.push_back(variant_property("stack_spill_bytes", "Stack Spill Size (bytes)",
-                                              "Number of bytes allocated to stack spilling.",
-                                              variant.spill_size));
+                                              "Number of bytes allocated to stack spilling.", variant.spill_size));
     }
     if (variant.stack_size >= 0) {
         properties.push_back(variant_property("stack_alloca_bytes", "Stack Alloca Size (bytes)",
-                                              "Number of bytes allocated to stack alloca.",
-                                              variant.stack_size));
+                                              "Number of bytes allocated to stack alloca.", variant.stack_size));
     }
     // -2: the back-end never reported it, so the entry is left out; other
     // negatives mean it is unknown. Idle lanes only mean something when the
     // 16-bit share itself is known.
     bool fp16_known = variant.fp16_percent >= 0;
     if (variant.fp16_percent != -2) {
-        properties.push_back(variant_property(
-            "fp16_arithmetic", "16-bit Arithmetic", "Percentage of narrow arithmetic ops.",
-            fp16_known ? json(variant.fp16_percent) : json(nullptr)));
+        properties.push_back(variant_property("fp16_arithmetic", "16-bit Arithmetic",
+                                              "Percentage of narrow arithmetic ops.",
+                                              fp16_known ? json(variant.fp16_percent) : json(nullptr)));
     }
     if (variant.v2fp16_underused_percent != -2) {
-        properties.push_back(variant_property(
-            "fp16_idle_lanes", "16-bit Arithmetic Idle Lanes",
-            "Percentage of SIMD lanes idle in narrow arithmetic ops.",
-            fp16_known ? json(variant.v2fp16_underused_percent) : json(nullptr)));
+        properties.push_back(variant_property("fp16_idle_lanes", "16-bit Arithmetic Idle Lanes",
+                                              "Percentage of SIMD lanes idle in narrow arithmetic ops.",
+                                              fp16_known ? json(variant.v2fp16_underused_percent) : json(nullptr)));
     }
     return properties;
 }
 
 json cycles_json(const std::vector<std::string>& pipelines, const std::vector<float>& cycles) {
     json object = json::object();
-    object["cycle_count"] = map_to_json(cycles, [](float value) {
-        return value < 0.0f ? json(nullptr) : json(static_cast<double>(value));
-    });
+    object["cycle_count"] = map_to_json(
+        cycles, [](float value) { return value < 0.0f ? json(nullptr) : json(static_cast<double>(value)); });
     object["bound_pipelines"] = get_limiting_pipes(pipelines, cycles).to_json();
     return object;
 }
@@ -159,8 +153,7 @@ void write_json(std::ostream& out, const json& document) {
 json get_json_producer_header() {
     json producer = json::object();
     producer["name"] = product::NAME;
-    producer["version"] =
-        json::array({product::VERSION_MAJOR, product::VERSION_MINOR, product::VERSION_PATCH});
+    producer["version"] = json::array({product::VERSION_MAJOR, product::VERSION_MINOR, product::VERSION_PATCH});
     producer["build"] = product::BUILD;
     static const std::string link = documentation_link();
     producer["documentation"] = link;
@@ -180,8 +173,7 @@ json map_to_json(const std::vector<float>& values, const std::function<json(floa
     return list;
 }
 
-json get_variant_json(const ShaderVariant& variant, ArchitectureType architecture,
-                      SourceType source_type) {
+json get_variant_json(const ShaderVariant& variant, ArchitectureType architecture, SourceType source_type) {
     const PipeInfoMap& pipes = PIPE_INFO.at(architecture);
     std::vector<std::string> pipelines;
     for (const auto& label : variant.pipe_names) pipelines.push_back(pipes.at(label).name);
@@ -240,8 +232,7 @@ void print_json(std::ostream& out, const CompileOutput& output, const std::strin
         properties.push_back(static_cast<json>(property));
     }
     shader["properties"] = std::move(properties);
-    if (output.architecture != ArchitectureType::Tarsel &&
-        output.source_type == SourceType::Vertex) {
+    if (output.architecture != ArchitectureType::Tarsel && output.source_type == SourceType::Vertex) {
         shader["attribute_streams"] = get_attribute_streams(output);
     }
     document["shaders"] = json::array({shader});

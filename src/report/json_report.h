@@ -11,7 +11,6 @@
 #include "common/vocabulary.h"
 #include "output/compile_output.h"
 
-
 // Compact, keys in byte order, one line and a flush. Bytes that are not valid
 // UTF-8 (a file name, a back-end message) are replaced instead of throwing.
 void write_json(std::ostream& out, const nlohmann::json& document);
@@ -20,7 +19,5 @@ void print_json(std::ostream& out, const CompileOutput& output, const std::strin
 
 nlohmann::json get_json_producer_header();
 nlohmann::json get_attribute_streams(const CompileOutput& output);
-nlohmann::json get_variant_json(const ShaderVariant& variant, ArchitectureType architecture,
-                                SourceType source_type);
-nlohmann::json map_to_json(const std::vector<float>& values,
-                           const std::function<nlohmann::json(float)>& convert);
+nlohmann::json get_variant_json(const ShaderVariant& variant, ArchitectureType architecture, SourceType source_type);
+nlohmann::json map_to_json(const std::vector<float>& values, const std::function<nlohmann::json(float)>& convert);

@@ -33,8 +33,7 @@ nlohmann::json PipeLimitList::to_json() const {
     return nlohmann::json(labels);
 }
 
-PipeLimitList get_limiting_pipes(const std::vector<std::string>& names,
-                                 const std::vector<float>& cycles) {
+PipeLimitList get_limiting_pipes(const std::vector<std::string>& names, const std::vector<float>& cycles) {
     std::vector<float> values;
     for (size_t i = 0; i < names.size(); ++i) values.push_back(cycles.at(i));
 
@@ -61,8 +60,7 @@ std::string get_perf_table_row(const std::vector<std::string>& names) {
     return join(cells, " ");
 }
 
-std::string get_perf_table_row(const std::vector<std::string>& names,
-                               const std::vector<float>& cycles) {
+std::string get_perf_table_row(const std::vector<std::string>& names, const std::vector<float>& cycles) {
     std::vector<std::string> cells;
     for (size_t i = 0; i < names.size(); ++i) {
         cells.push_back(pad_str(format_cycles(cycles.at(i)), CELL_WIDTH));

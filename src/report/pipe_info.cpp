@@ -25,8 +25,7 @@ PipeInfoMap split_arithmetic_pipes() {
 
 const std::map<ArchitectureType, PipeInfoMap> PIPE_INFO = {
     {ArchitectureType::Tarsel, {{"A", ARITHMETIC}, {"LS", LOAD_STORE}, {"T", TEXTURE}}},
-    {ArchitectureType::Ostrem,
-     {{"A", ARITHMETIC}, {"LS", LOAD_STORE}, {"V", VARYING}, {"T", TEXTURE}}},
+    {ArchitectureType::Ostrem, {{"A", ARITHMETIC}, {"LS", LOAD_STORE}, {"V", VARYING}, {"T", TEXTURE}}},
     {ArchitectureType::Pelion, split_arithmetic_pipes()},
     {ArchitectureType::FifthGen, split_arithmetic_pipes()},
 };

@@ -29,9 +29,7 @@ int32_t percent_of(int32_t used, int32_t capacity) {
     return static_cast<int32_t>(percent);
 }
 
-bool is_compute_stage(SourceType type) {
-    return type == SourceType::Compute || type == SourceType::Kernel;
-}
+bool is_compute_stage(SourceType type) { return type == SourceType::Compute || type == SourceType::Kernel; }
 
 // The whole stack is the thread-local storage; alloca and spill are its regions.
 void print_stack_use(std::ostream& out, const ShaderVariant& variant) {
@@ -61,14 +59,12 @@ void print_fp16_use(std::ostream& out, const ShaderVariant& variant) {
     }
 }
 
-void print_variant_stats(std::ostream& out, bool detailed, const CompileOutput& output,
-                         const ShaderVariant& variant) {
+void print_variant_stats(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant) {
     out << "Work registers: " << variant.work_registers_used << " ("
-        << percent_of(variant.work_registers_used, work_register_capacity(output.architecture))
-        << "% used at " << variant.occupancy << "% occupancy)" << std::endl;
+        << percent_of(variant.work_registers_used, work_register_capacity(output.architecture)) << "% used at "
+        << variant.occupancy << "% occupancy)" << std::endl;
     out << "Uniform registers: " << variant.uniform_registers_used << " ("
-        << percent_of(variant.uniform_registers_used, variant.uniform_registers_available)
-        << "% used)" << std::endl;
+        << percent_of(variant.uniform_registers_used, variant.uniform_registers_available) << "% used)" << std::endl;
     if (is_compute_stage(output.source_type) && variant.wls_size >= 0) {
         out << "Shared storage size: " << variant.wls_size << " bytes" << std::endl;
     }
@@ -122,14 +118,12 @@ void erase_sub_pipelines(std::vector<T>& list) {
     list.erase(list.begin() + first, list.begin() + last);
 }
 
-void print_text_report(std::ostream& out, bool detailed, const std::string& source,
-                       const CompileOutput& output) {
+void print_text_report(std::ostream& out, bool detailed, const std::string& source, const CompileOutput& output) {
     print_section_title(out, "Configuration");
     out << "Hardware: " << output.core << " " << output.revision << std::endl;
     out << "Architecture: " << to_string(output.architecture) << std::endl;
     out << "Driver: " << output.driver << std::endl;
-    out << "Shader type: " << to_string(output.compiler_type) << " "
-        << to_string(output.source_type) << std::endl;
+    out << "Shader type: " << to_string(output.compiler_type) << " " << to_string(output.source_type) << std::endl;
     out << std::endl;
 
     print_compiler_logs(out, source, output);
@@ -142,21 +136,15 @@ void print_text_report(std::ostream& out, bool detailed, const std::string& sour
 
 }  // namespace
 
-void print_compile_report(std::ostream& out, bool detailed, const std::string& source,
-                          const CompileOutput& output, const std::string& filename,
-                          ReportFormat format) {
+void print_compile_report(std::ostream& out, bool detailed, const std::string& source, const CompileOutput& output,
+                          const std::string& filename, ReportFormat format) {
     switch (format) {
-        case ReportFormat::Text:
-            print_text_report(out, detailed, source, output);
-            break;
-        case ReportFormat::Json:
-            print_json(out, output, filename);
-            break;
+        case ReportFormat::Text: print_text_report(out, detailed, source, output); break;
+        case ReportFormat::Json: print_json(out, output, filename); break;
     }
 }
 
-void print_compiler_logs(std::ostream& out, const std::string& source,
-                         const CompileOutput& output) {
+void print_compiler_logs(std::ostream& out, const std::string& source, const CompileOutput& output) {
     bool opengles = output.compiler_type == CompilerType::OpenGLES;
     bool opencl = output.compiler_type == CompilerType::OpenCL;
 
@@ -200,8 +188,7 @@ void print_compiler_context(std::ostream& out, const std::string& message,
     size_t first = line > 1 ? line - 1 : line;
     size_t last = source_lines.size() > static_cast<size_t>(line) ? line + 1 : line;
     for (size_t number = first; number <= last; ++number) {
-        out << (number == static_cast<size_t>(line) ? "  >> " : "     ")
-            << source_lines[number - 1] << std::endl;
+        out << (number == static_cast<size_t>(line) ? "  >> " : "     ") << source_lines[number - 1] << std::endl;
     }
     if (!source_lines[last - 1].empty()) out << std::endl;
 }
@@ -226,21 +213,20 @@ void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& o
     // That core's back-end reports no usable property flags.
     if (output.core != "Koro-L220") print_shader_properties(out, output);
 
-    if (output.architecture != ArchitectureType::Tarsel &&
-        output.source_type == SourceType::Vertex) {
+    if (output.architecture != ArchitectureType::Tarsel && output.source_type == SourceType::Vertex) {
         print_attribute_streams(out, output);
     }
 }
 
-void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& output,
-                      const ShaderVariant& variant, const PipeInfoMap& pipes) {
+void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant,
+                      const PipeInfoMap& pipes) {
     std::vector<std::string> labels = variant.pipe_names;
     std::vector<float> total = variant.cycles;
     std::vector<float> shortest = variant.shortest_path;
     std::vector<float> longest = variant.longest_path;
 
-    bool split_arithmetic = output.architecture == ArchitectureType::Pelion ||
-                            output.architecture == ArchitectureType::FifthGen;
+    bool split_arithmetic =
+        output.architecture == ArchitectureType::Pelion || output.architecture == ArchitectureType::FifthGen;
     if (split_arithmetic && !detailed) {
         erase_sub_pipelines(labels);
         erase_sub_pipelines(total);

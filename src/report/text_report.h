@@ -9,8 +9,7 @@
 #include "report/pipe_info.h"
 
 // Warnings, errors (with source context for OpenGL ES) and notes.
-void print_compiler_logs(std::ostream& out, const std::string& source,
-                         const CompileOutput& output);
+void print_compiler_logs(std::ostream& out, const std::string& source, const CompileOutput& output);
 
 // Quotes the source lines around the line named in an error such as
 // "0:3: undeclared identifier"; prints nothing when the message names none.
@@ -20,5 +19,5 @@ void print_compiler_context(std::ostream& out, const std::string& message,
 // Per-variant statistics and performance tables, properties, attribute streams.
 void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& output);
 
-void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& output,
-                      const ShaderVariant& variant, const PipeInfoMap& pipes);
+void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant,
+                      const PipeInfoMap& pipes);

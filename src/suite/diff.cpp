@@ -13,11 +13,16 @@ constexpr double INF = std::numeric_limits<double>::infinity();
 
 // Variant properties a diff follows, and which way is worse.
 const std::vector<std::pair<std::string, int>> PROPERTY_DIRECTIONS = {
-    {"work_registers_used", +1}, {"uniform_registers_used", +1}, {"thread_occupancy", -1},
-    {"stack_size", +1},          {"has_stack_spilling", +1},     {"stack_spill_bytes", +1},
+    {"work_registers_used", +1},
+    {"uniform_registers_used", +1},
+    {"thread_occupancy", -1},
+    {"stack_size", +1},
+    {"has_stack_spilling", +1},
+    {"stack_spill_bytes", +1},
     // The 16-bit share is shown, not scored: its cost is in the cycles, and
     // a shader that loses all its arithmetic would seem to lose its share.
-    {"stack_alloca_bytes", +1},  {"fp16_arithmetic", 0},
+    {"stack_alloca_bytes", +1},
+    {"fp16_arithmetic", 0},
 };
 const char* const PATHS[] = {"total_cycles", "shortest_path_cycles", "longest_path_cycles"};
 
@@ -80,9 +85,7 @@ double relative_change(double before, double after) {
     return (after - before) / std::fabs(before);
 }
 
-bool succeeded(const json& record) {
-    return record.value("status", json()) == 0 && record.contains("report");
-}
+bool succeeded(const json& record) { return record.value("status", json()) == 0 && record.contains("report"); }
 
 std::string failure_of(const json& record) {
     if (record.contains("failure")) return record["failure"];
@@ -123,8 +126,10 @@ void compare(RunDiff& run, const json& before, const json& after, const DiffSett
         }
         run.metrics.push_back(std::move(change));
     }
-    const bool worse = std::any_of(run.metrics.begin(), run.metrics.end(), [](const MetricChange& c) { return c.verdict > 0; });
-    const bool better = std::any_of(run.metrics.begin(), run.metrics.end(), [](const MetricChange& c) { return c.verdict < 0; });
+    const bool worse =
+        std::any_of(run.metrics.begin(), run.metrics.end(), [](const MetricChange& c) { return c.verdict > 0; });
+    const bool better =
+        std::any_of(run.metrics.begin(), run.metrics.end(), [](const MetricChange& c) { return c.verdict < 0; });
     run.change = worse ? RunChange::Hurt : better ? RunChange::Helped : RunChange::Unchanged;
 }
 
@@ -188,7 +193,10 @@ std::string change_text(const MetricChange& change) {
     std::string text = metric_label(change) + ": " + number_text(change.before) + " -> " + number_text(change.after);
     if (change.verdict != 0 || change.relative != 0)
         text += " (" + percent_text(change.relative) +
-                (change.verdict > 0 ? ", worse" : change.verdict < 0 ? ", better" : "") + ")";
+                (change.verdict > 0   ? ", worse"
+                 : change.verdict < 0 ? ", better"
+                                      : "") +
+                ")";
     return text;
 }
 
@@ -198,19 +206,21 @@ std::vector<const RunDiff*> listed(const SuiteDiff& diff, RunChange change) {
     for (const RunDiff& run : diff.runs)
         if (run.change == change) runs.push_back(&run);
     if (change == RunChange::Hurt)
-        std::stable_sort(runs.begin(), runs.end(), [](const RunDiff* a, const RunDiff* b) { return a->worst > b->worst; });
+        std::stable_sort(runs.begin(), runs.end(),
+                         [](const RunDiff* a, const RunDiff* b) { return a->worst > b->worst; });
     if (change == RunChange::Helped)
-        std::stable_sort(runs.begin(), runs.end(), [](const RunDiff* a, const RunDiff* b) { return a->best > b->best; });
+        std::stable_sort(runs.begin(), runs.end(),
+                         [](const RunDiff* a, const RunDiff* b) { return a->best > b->best; });
     return runs;
 }
 
-const RunChange LISTED_ORDER[] = {RunChange::NewlyFailing, RunChange::Hurt,    RunChange::Helped,
-                                  RunChange::Fixed,        RunChange::Added,   RunChange::Removed};
+const RunChange LISTED_ORDER[] = {RunChange::NewlyFailing, RunChange::Hurt,  RunChange::Helped,
+                                  RunChange::Fixed,        RunChange::Added, RunChange::Removed};
 
 std::string summary_line(const SuiteDiff& diff) {
     std::string text = std::to_string(diff.runs.size()) + " runs compared: ";
-    const RunChange order[] = {RunChange::Hurt,  RunChange::Helped,       RunChange::Unchanged,
-                               RunChange::Added, RunChange::Removed,      RunChange::NewlyFailing,
+    const RunChange order[] = {RunChange::Hurt,  RunChange::Helped,      RunChange::Unchanged,
+                               RunChange::Added, RunChange::Removed,     RunChange::NewlyFailing,
                                RunChange::Fixed, RunChange::StillFailing};
     for (size_t index = 0; index < std::size(order); ++index)
         text += (index ? ", " : "") + std::to_string(diff.count(order[index])) + " " + change_name(order[index]);
@@ -237,7 +247,8 @@ const std::vector<std::string>& diff_metric_names() {
 bool SuiteDiff::regressed() const { return count(RunChange::Hurt) > 0 || count(RunChange::NewlyFailing) > 0; }
 
 size_t SuiteDiff::count(RunChange change) const {
-    return static_cast<size_t>(std::count_if(runs.begin(), runs.end(), [change](const RunDiff& run) { return run.change == change; }));
+    return static_cast<size_t>(
+        std::count_if(runs.begin(), runs.end(), [change](const RunDiff& run) { return run.change == change; }));
 }
 
 SuiteDiff diff_results(const SuiteRecords& before, const SuiteRecords& after, const DiffSettings& settings) {
@@ -279,11 +290,12 @@ void print_diff_text(std::ostream& out, const SuiteDiff& diff) {
     if (!diff.pipes.empty()) {
         out << "\nTotal cycles over the runs in both, by pipeline:\n";
         char line[160];
-        std::snprintf(line, sizeof line, "  %-14s %12s %12s %9s %9s\n", "pipeline", "old sum", "new sum", "change", "geomean");
+        std::snprintf(line, sizeof line, "  %-14s %12s %12s %9s %9s\n", "pipeline", "old sum", "new sum", "change",
+                      "geomean");
         out << line;
         for (const auto& [pipe, summary] : diff.pipes) {
-            std::snprintf(line, sizeof line, "  %-14s %12.9g %12.9g %9s %9s\n", pipe.c_str(), summary.before, summary.after,
-                          percent_text(relative_change(summary.before, summary.after)).c_str(),
+            std::snprintf(line, sizeof line, "  %-14s %12.9g %12.9g %9s %9s\n", pipe.c_str(), summary.before,
+                          summary.after, percent_text(relative_change(summary.before, summary.after)).c_str(),
                           percent_text(geomean_change(summary)).c_str());
             out << line;
         }
@@ -293,7 +305,12 @@ void print_diff_text(std::ostream& out, const SuiteDiff& diff) {
         if (runs.empty()) continue;
         std::string title = change_name(change);
         title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));
-        out << "\n" << title << (change == RunChange::Hurt ? " (worst first)" : change == RunChange::Helped ? " (best first)" : "") << ":\n";
+        out << "\n"
+            << title
+            << (change == RunChange::Hurt     ? " (worst first)"
+                : change == RunChange::Helped ? " (best first)"
+                                              : "")
+            << ":\n";
         for (const RunDiff* run : runs) {
             out << "  " << run->id << " on " << run->core;
             if (!run->failure.empty()) out << ": " << run->failure;
@@ -337,7 +354,8 @@ void print_diff_json(std::ostream& out, const SuiteDiff& diff) {
     document["schema"] = {{"name", "suite-diff"}, {"version", 1}};
     json pipes = json::object();
     for (const auto& [pipe, figures] : diff.pipes)
-        pipes[pipe] = {{"old_sum", figures.before}, {"new_sum", figures.after}, {"geomean_change", geomean_change(figures)}};
+        pipes[pipe] = {
+            {"old_sum", figures.before}, {"new_sum", figures.after}, {"geomean_change", geomean_change(figures)}};
     document["pipelines"] = pipes;
     json runs = json::array();
     for (const RunDiff& run : diff.runs) {
@@ -346,8 +364,13 @@ void print_diff_json(std::ostream& out, const SuiteDiff& diff) {
         if (!run.failure.empty()) entry["failure"] = run.failure;
         json metrics = json::array();
         for (const MetricChange& metric : run.metrics) {
-            json item = {{"variant", metric.variant}, {"metric", metric.metric}, {"old", metric.before}, {"new", metric.after},
-                         {"verdict", metric.verdict > 0 ? "worse" : metric.verdict < 0 ? "better" : "neutral"}};
+            json item = {{"variant", metric.variant},
+                         {"metric", metric.metric},
+                         {"old", metric.before},
+                         {"new", metric.after},
+                         {"verdict", metric.verdict > 0   ? "worse"
+                                     : metric.verdict < 0 ? "better"
+                                                          : "neutral"}};
             if (!metric.pipe.empty()) item["pipeline"] = metric.pipe;
             if (std::isfinite(metric.relative)) item["relative_change"] = metric.relative;
             metrics.push_back(item);

@@ -14,7 +14,7 @@
 #include "suite/results.h"
 
 struct DiffSettings {
-    double threshold = 0;          // percent a change must exceed to count
+    double threshold = 0;           // percent a change must exceed to count
     std::set<std::string> metrics;  // empty: every metric
 };
 
@@ -53,7 +53,7 @@ struct PipeSummary {
 struct SuiteDiff {
     std::vector<RunDiff> runs;  // sorted by id then core
     std::map<std::string, PipeSummary> pipes;
-    bool regressed() const;     // something hurt or newly failing
+    bool regressed() const;  // something hurt or newly failing
     size_t count(RunChange change) const;
 };
 

@@ -149,8 +149,7 @@ std::vector<std::string> opencl_kernel_names(const std::string& source) {
             ++next;
         }
         if (next + 2 < tokens.size() && tokens[next] == "void" && is_word_char(tokens[next + 1][0]) &&
-            tokens[next + 2] == "(" &&
-            std::find(names.begin(), names.end(), tokens[next + 1]) == names.end())
+            tokens[next + 2] == "(" && std::find(names.begin(), names.end(), tokens[next + 1]) == names.end())
             names.push_back(tokens[next + 1]);
     }
     return names;

@@ -84,8 +84,10 @@ void summarise(const SuiteRecords& records) {
         else
             ++refused;
     }
-    std::fprintf(stderr, "shadex-suite: %zu runs: %zu compiled, %zu with compile errors, %zu refused, %zu crashed or timed out\n",
-                 records.size(), clean, errors, refused, failed);
+    std::fprintf(
+        stderr,
+        "shadex-suite: %zu runs: %zu compiled, %zu with compile errors, %zu refused, %zu crashed or timed out\n",
+        records.size(), clean, errors, refused, failed);
 }
 
 // The options of a run, declared on a command line (run and check share them).
@@ -101,7 +103,8 @@ struct RunArgs {
     explicit RunArgs(TCLAP::CmdLine& cmd)
         : cores("c", "core", "A core to analyse on (repeatable); all: every core.", false, "CORE", cmd),
           jobs("j", "jobs", "Worker processes (default: the number of CPUs).", false, cpu_count(), "N", cmd),
-          timeout("", "timeout", "Time limit of one run, in seconds (0: none; default 300).", false, 300, "SECONDS", cmd),
+          timeout("", "timeout", "Time limit of one run, in seconds (0: none; default 300).", false, 300, "SECONDS",
+                  cmd),
           shard("", "shard", "Analyse only the K-th of N stable shares of the entries.", false, "1/1", "K/N", cmd),
           sarif("", "sarif", "Also write the findings as SARIF 2.1.0 to FILE.", false, "", "FILE", cmd),
           quiet("q", "quiet", "No progress line and no summary.", cmd),
@@ -180,7 +183,8 @@ SuiteRecords read_or_refuse(const std::string& path) {
 int run_command(std::vector<std::string> args) {
     TCLAP::CmdLine cmd("Analyse every entry on every requested core; write one results document.", ' ',
                        product::VERSION);
-    TCLAP::ValueArg<std::string> output("o", "output", "Results file (default: standard output).", false, "", "FILE", cmd);
+    TCLAP::ValueArg<std::string> output("o", "output", "Results file (default: standard output).", false, "", "FILE",
+                                        cmd);
     RunArgs run(cmd);
     cmd.setExceptionHandling(false);
     cmd.parse(args);

@@ -84,8 +84,7 @@ void write_results(std::ostream& out, SuiteRecords records) {
     json schema = {{"name", SCHEMA_NAME}, {"version", SCHEMA_VERSION}};
     // Keys in byte order, as in every report: producer, records, schema.
     out << "{\"producer\":" << dump(get_json_producer_header()) << ",\"records\":[";
-    for (size_t index = 0; index < records.size(); ++index)
-        out << (index == 0 ? "\n" : ",\n") << dump(records[index]);
+    for (size_t index = 0; index < records.size(); ++index) out << (index == 0 ? "\n" : ",\n") << dump(records[index]);
     out << "\n],\"schema\":" << dump(schema) << "}\n";
 }
 
@@ -104,8 +103,8 @@ SuiteRecords read_results(const std::string& path) {
     const json& records = document.value("records", json());
     if (!records.is_array()) throw std::invalid_argument(path + " has no records.");
     for (const json& record : records)
-        if (!record.is_object() || !record.contains("id") || !record["id"].is_string() ||
-            !record.contains("core") || !record["core"].is_string())
+        if (!record.is_object() || !record.contains("id") || !record["id"].is_string() || !record.contains("core") ||
+            !record["core"].is_string())
             throw std::invalid_argument(path + " holds a record without an id or a core.");
     return records.get<SuiteRecords>();
 }

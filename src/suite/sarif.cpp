@@ -31,8 +31,8 @@ const Rule RULES[] = {
     {"stack-use", "note", "The shader keeps data on the stack (dynamically indexed arrays)."},
 };
 
-const char* const VALUE_OPTIONS[] = {"-o", "--output", "-D", "--define", "-S", "--sconst", "-c", "--core", "-n",
-                                     "--name", "--format", "--opencl", "-I", "--include"};
+const char* const VALUE_OPTIONS[] = {"-o",     "--output", "-D",     "--define", "-S",       "--sconst", "-c",
+                                     "--core", "-n",       "--name", "--format", "--opencl", "-I",       "--include"};
 
 bool all_digits(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
@@ -162,23 +162,28 @@ void write_sarif(std::ostream& out, const std::vector<SuiteEntry>& entries, cons
             }
             bool late_zs = false;
             for (const json& property : shader.value("properties", json::array()))
-                if ((property.value("name", "") == "uses_late_zs_test" || property.value("name", "") == "uses_late_zs_update") &&
+                if ((property.value("name", "") == "uses_late_zs_test" ||
+                     property.value("name", "") == "uses_late_zs_update") &&
                     property.value("value", json()) == true)
                     late_zs = true;
-            if (late_zs) results.push_back(result("late-zs", "note", prefix + "depth/stencil tested or updated late", whole));
+            if (late_zs)
+                results.push_back(result("late-zs", "note", prefix + "depth/stencil tested or updated late", whole));
             for (const json& variant : shader.value("variants", json::array())) {
                 std::map<std::string, json> values;
                 for (const json& property : variant.value("properties", json::array()))
                     values[property.value("name", "")] = property.value("value", json());
                 const std::string name = prefix + variant.value("name", "") + " variant: ";
                 if (values["has_stack_spilling"] == true)
-                    results.push_back(result("stack-spilling", "note",
-                                             name + values["stack_spill_bytes"].dump() + " bytes of registers spilled to the stack", whole));
+                    results.push_back(result(
+                        "stack-spilling", "note",
+                        name + values["stack_spill_bytes"].dump() + " bytes of registers spilled to the stack", whole));
                 if (values["thread_occupancy"].is_number() && values["thread_occupancy"].get<double>() < 100)
                     results.push_back(result("low-occupancy", "note",
-                                             name + "thread occupancy " + values["thread_occupancy"].dump() + " %", whole));
+                                             name + "thread occupancy " + values["thread_occupancy"].dump() + " %",
+                                             whole));
                 if (values["stack_size"].is_number() && values["stack_size"].get<double>() > 0)
-                    results.push_back(result("stack-use", "note", name + values["stack_size"].dump() + " bytes of stack", whole));
+                    results.push_back(
+                        result("stack-use", "note", name + values["stack_size"].dump() + " bytes of stack", whole));
             }
         }
     }
@@ -188,13 +193,14 @@ void write_sarif(std::ostream& out, const std::vector<SuiteEntry>& entries, cons
         rules.push_back({{"id", rule.id},
                          {"shortDescription", {{"text", rule.description}}},
                          {"defaultConfiguration", {{"level", rule.level}}}});
-    json document = {
-        {"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
-        {"version", "2.1.0"},
-        {"runs", json::array({{{"tool", {{"driver", {{"name", "shadex-suite"},
-                                                      {"version", product::VERSION},
-                                                      {"informationUri", get_json_producer_header()["documentation"]},
-                                                      {"rules", rules}}}}},
-                               {"results", results}}})}};
+    json document = {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
+                     {"version", "2.1.0"},
+                     {"runs", json::array({{{"tool",
+                                             {{"driver",
+                                               {{"name", "shadex-suite"},
+                                                {"version", product::VERSION},
+                                                {"informationUri", get_json_producer_header()["documentation"]},
+                                                {"rules", rules}}}}},
+                                            {"results", results}}})}};
     out << document.dump(1, ' ', false, json::error_handler_t::replace) << "\n";
 }

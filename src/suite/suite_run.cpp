@@ -38,8 +38,7 @@ struct Progress {
         ++done;
         if (failure) ++failed;
         if (!shown) return;
-        const double seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         const double rate = seconds > 0 ? done / seconds : 0;
         const double left = rate > 0 ? (total - done) / rate : 0;
         std::fprintf(stderr, "\r%zu/%zu runs, %zu failed, %.1f/s, %.0f s left   ", done, total, failed, rate, left);
@@ -70,7 +69,8 @@ std::vector<std::string> resolve_cores(const std::vector<std::string>& requested
     if (requested.empty()) return {"default"};
     for (const std::string& name : requested) {
         if (name == "all") {
-            for (Compiler* compiler : manager.get_compilers(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any))
+            for (Compiler* compiler :
+                 manager.get_compilers(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any))
                 add(compiler->core);
             continue;
         }
@@ -90,8 +90,7 @@ std::vector<std::string> shadex_arguments(const SuiteEntry& entry, const std::st
     return args;
 }
 
-SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager,
-                       std::vector<SuiteEntry>* entries_run) {
+SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager, std::vector<SuiteEntry>* entries_run) {
     const std::vector<std::string> cores = resolve_cores(settings.cores, manager);
     std::vector<SuiteEntry> entries;
     for (SuiteEntry& entry : collect_entries(settings.inputs))
@@ -121,8 +120,8 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager,
             return outcome;
         }
         std::ostringstream out, err;
-        outcome.status = run_shadex(shadex_arguments(*run.entry, run.core), manager, out, err,
-                                    convert_vulkan_glsl_in_process);
+        outcome.status =
+            run_shadex(shadex_arguments(*run.entry, run.core), manager, out, err, convert_vulkan_glsl_in_process);
         outcome.out = out.str();
         outcome.err = err.str();
         return outcome;

@@ -68,16 +68,16 @@ void append_log(std::string& log, const char* text) {
 }  // namespace
 
 Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std::string>& defines,
-                                     const std::string& version, const std::string& entrypoint,
-                                     SourceType stage, std::vector<std::string>& messages, bool& relaxed,
+                                     const std::string& version, const std::string& entrypoint, SourceType stage,
+                                     std::vector<std::string>& messages, bool& relaxed,
                                      const std::vector<std::string>& include_dirs) {
     const EShLanguage language = language_of(stage);
     if (!include_dirs.empty() || has_include_directive(source) || language == EShLangCount)
         return compile_to_spirv(source, defines, version, entrypoint, stage, messages, relaxed, include_dirs);
 
     // The validator must be there and trusted, as for a conversion it runs.
-    static const bool trusted = GlslangValidator::validate_trusted(get_executable_dir() + get_path_sep() +
-                                                                   "external/glslang");
+    static const bool trusted =
+        GlslangValidator::validate_trusted(get_executable_dir() + get_path_sep() + "external/glslang");
     if (!trusted) throw KoroException_("Packaged glslang binary not found");
     static const GlslangProcess process;
 
@@ -100,8 +100,7 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
     shader.setEnvClient(glslang::EShClientVulkan, glslang::EShTargetVulkan_1_0);
     shader.setEnvTarget(glslang::EShTargetSpv, spirv_version(version));
     // -V, and the legalisation a validator built without the optimizer asks for.
-    const EShMessages rules =
-        static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules | EShMsgHlslLegalization);
+    const EShMessages rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules | EShMsgHlslLegalization);
 
     glslang::TShader::ForbidIncluder includer;
     const bool compiled = shader.parse(GetDefaultResources(), 100, false, rules, includer);

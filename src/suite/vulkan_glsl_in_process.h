@@ -13,6 +13,6 @@
 // that includes files, or a run with include directories, goes to the
 // validator itself: its include search is the validator's own.
 Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std::string>& defines,
-                                     const std::string& version, const std::string& entrypoint,
-                                     SourceType stage, std::vector<std::string>& messages, bool& relaxed,
+                                     const std::string& version, const std::string& entrypoint, SourceType stage,
+                                     std::vector<std::string>& messages, bool& relaxed,
                                      const std::vector<std::string>& include_dirs);

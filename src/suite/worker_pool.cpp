@@ -117,8 +117,7 @@ std::string stop_worker(Worker& worker, bool kill_it) {
     close(worker.requests);
     close(worker.replies);
     int status = 0;
-    while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {}
     worker.pid = -1;
     if (WIFSIGNALED(status))
         return "stopped by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
@@ -183,7 +182,8 @@ void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
             wait_ms = left < 0 ? 0 : static_cast<int>(std::min<long long>(left, 60000));
         }
         int ready = poll(watched.data(), watched.size(), wait_ms);
-        if (ready < 0 && errno != EINTR) throw std::runtime_error("Waiting for the workers failed: " + std::string(strerror(errno)));
+        if (ready < 0 && errno != EINTR)
+            throw std::runtime_error("Waiting for the workers failed: " + std::string(strerror(errno)));
         for (size_t index = 0; index < watched.size(); ++index) {
             Worker& worker = *owners[index];
             if (watched[index].revents != 0) {

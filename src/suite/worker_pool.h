@@ -10,10 +10,10 @@
 #include <string>
 
 struct TaskOutcome {
-    int status = 0;        // the task's own status
-    std::string out;       // what it printed as its report
-    std::string err;       // what it printed as errors
-    std::string failure;   // why it did not finish ("timed out after 30 s"); empty when it did
+    int status = 0;       // the task's own status
+    std::string out;      // what it printed as its report
+    std::string err;      // what it printed as errors
+    std::string failure;  // why it did not finish ("timed out after 30 s"); empty when it did
 };
 
 // Runs tasks 0..count-1 on up to `workers` processes; `task` runs inside a

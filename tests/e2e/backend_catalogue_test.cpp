@@ -26,17 +26,14 @@ public:
         libraries.push_back(add_backend(install, subdir, name, scenario, variant));
         return libraries.back();
     }
-    std::string write(const std::string& name, const std::string& content) const {
-        return files.write(name, content);
-    }
+    std::string write(const std::string& name, const std::string& content) const { return files.write(name, content); }
     // Starts every log afresh, so each run is checked on its own.
     RunResult run(const std::vector<std::string>& args) {
         for (const std::string& library : libraries) std::ofstream(library + ".log");
         RunOptions options;
         options.working_dir = files.path();
         RunResult result = install.run(args, options);
-        for (const std::string& library : libraries)
-            expect_released_once(read_scripted_log(library));
+        for (const std::string& library : libraries) expect_released_once(read_scripted_log(library));
         return result;
     }
 
@@ -54,8 +51,7 @@ void expect_error(const RunResult& result, const std::string& message) {
     std::string last_line = "\nERROR: " + message + "\n";
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())),
-              last_line);
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
 }
 
 void expect_usage_error(const RunResult& result, const std::string& message) {
@@ -94,11 +90,9 @@ TEST(BackendCatalogue, LibraryLoading) {
         {LIBRARY, "fail get_capabilities | 5 | 1\n" + v3, full, "Compiler load error"},
         {LIBRARY, "break cores\n" + v3, full,
          "Compiler load error : @ : malformed core list (1 cores announced but none given)"},
-        {LIBRARY, v41 + "core Koro-N68 | r0p0\nfail get_core_specific_capabilities | 3\n", full,
-         "Compiler load error"},
+        {LIBRARY, v41 + "core Koro-N68 | r0p0\nfail get_core_specific_capabilities | 3\n", full, "Compiler load error"},
         // Interface 1.0 needs no core-specific entry points, but cannot answer them.
-        {LIBRARY, "api 1 0\n" + v41 + "core Koro-N68 | r0p0\n", ScriptedVariant::NoCoreSpecific,
-         "Compiler load error"},
+        {LIBRARY, "api 1 0\n" + v41 + "core Koro-N68 | r0p0\n", ScriptedVariant::NoCoreSpecific, "Compiler load error"},
         {LIBRARY, "api 1 0\nmeta flexible_version | 3.99.0\n", ScriptedVariant::NoCoreSpecific, ""},
         {LIBRARY, "meta flexible_version | 4.6.9\n", full, ""},
     };
@@ -128,26 +122,26 @@ TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
                                          {"opencl", "Koro-Nxx_r20p1-00rel0"}}) {
         std::string path = shadex.add(subdir, std::string("lib") + driver + ".so",
                                       "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n"
-                                      "core Koro-N68 | " + std::string(driver) + "\n");
+                                      "core Koro-N68 | " +
+                                          std::string(driver) + "\n");
         std::filesystem::create_symlink(shared + ".log", path + ".log");
     }
     EXPECT_EQ(shadex.run({"--list"}).status, 0);
     std::vector<std::string> asked;
-    for (const std::string& call :
-         calls_of(read_scripted_log(shared), "get_core_specific_capabilities"))
+    for (const std::string& call : calls_of(read_scripted_log(shared), "get_core_specific_capabilities"))
         asked.push_back(call.substr(call.rfind('\t') + 1));
-    EXPECT_EQ(asked, (std::vector<std::string>{"Koro-Nxx_r21p0-00rel0", "Koro-Nxx_r20p1-00rel0",
-                                               "Koro-Nxx_r20p0-10rel0", "Koro-Nxx_r20p0-01rel0",
-                                               "Koro-L100_r99p9-07rel9"}));
+    EXPECT_EQ(asked,
+              (std::vector<std::string>{"Koro-Nxx_r21p0-00rel0", "Koro-Nxx_r20p1-00rel0", "Koro-Nxx_r20p0-10rel0",
+                                        "Koro-Nxx_r20p0-01rel0", "Koro-L100_r99p9-07rel9"}));
 }
 
 TEST(BackendCatalogue, DenylistsAndCoreNameMappings) {
     Backends shadex;
-    std::string library = shadex.add(
-        "graphics", LIBRARY,
-        "meta flexible_version | 4.0.0\nmeta compiler_type | openglessl\ncore Koro-L100 | r0p0\n"
-        "core Koro-L120 | r0p0\ncore Koro-L220 | r0p0\ncore Koro N1-Ultra | r0p0\n"
-        R"(core_cap Koro-L220 | openglessl_version | 100 300
+    std::string library =
+        shadex.add("graphics", LIBRARY,
+                   "meta flexible_version | 4.0.0\nmeta compiler_type | openglessl\ncore Koro-L100 | r0p0\n"
+                   "core Koro-L120 | r0p0\ncore Koro-L220 | r0p0\ncore Koro N1-Ultra | r0p0\n"
+                   R"(core_cap Koro-L220 | openglessl_version | 100 300
 core_cap Koro N1-Ultra | openglessl_version | 300,320
 core_cap Koro N1-Ultra | openglessl_extensions | GL_EXT_shader_io_blocks
 core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
@@ -172,18 +166,17 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
     RunResult result = shadex.run({"-c", "Koro N1-Pro", "a.frag"});
     EXPECT_TRUE(contains(result.out, "Hardware: Koro N1 r0p0\n")) << result.err;
     EXPECT_EQ(compiles(library).at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
-    expect_usage_error(shadex.run({"-c", "Koro-L100", "a.frag"}),
-                       "Koro-L100 is an invalid target core.");
+    expect_usage_error(shadex.run({"-c", "Koro-L100", "a.frag"}), "Koro-L100 is an invalid target core.");
 }
 
 TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     Backends shadex;
-    std::string graphics = shadex.add(
-        "graphics", LIBRARY,
-        "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-        "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
-        "core Koro-N68 | r1p0\n");
-    std::string opencl = shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\n"
+    std::string graphics = shadex.add("graphics", LIBRARY,
+                                      "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+                                      "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
+                                      "core Koro-N68 | r1p0\n");
+    std::string opencl = shadex.add("opencl", LIBRARY,
+                                    "meta flexible_version | 3.0.0\n"
                                     "meta compiler_type | opencl\ncore Koro-N22 | r0p0\n");
     shadex.write("a.frag", "void main() {}\n");
     shadex.write("k.cl", "kernel void k() {}\n");
@@ -198,50 +191,50 @@ TEST(BackendCatalogue, VersionListsInMetadata) {
     for (const auto& [listed, expected] :
          {std::pair{"120 200", "200"}, {"1.2,3.0", "300"}, {"110, 120", "120"}, {"3.x", ""}}) {
         Backends shadex;
-        shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                                      "meta opencl_version | " + std::string(listed) +
-                                      "\ncore Koro-N68 | r0p0\n");
+        shadex.add("opencl", LIBRARY,
+                   "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+                   "meta opencl_version | " +
+                       std::string(listed) + "\ncore Koro-N68 | r0p0\n");
         RunResult result = shadex.run({"--info", "-c", "Koro-N68"});
         if (*expected)
             EXPECT_TRUE(contains(result.out, std::string("OpenCL: Version ") + expected + "\n"));
         else
-            expect_error(result, "Compiler load error : malformed version list opencl_version = "
-                                 "\"3.x\"");
+            expect_error(result,
+                         "Compiler load error : malformed version list opencl_version = "
+                         "\"3.x\"");
     }
 }
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     Backends shadex;
     const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";
-    std::string graphics = shadex.add(
-        "graphics", LIBRARY,
-        "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-        "meta openglessl_version | 100 300 310 320\nmeta openglessl_extensions | "
-        "GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader\n" + cores +
-        "compile\nwhen source | GL_EXT_geometry_shader\nstatus 4\nend\n"
-        "compile\nwhen source | GL_EXT_tessellation_shader\nerror 0:2: extension not supported\n"
-        "end\n");
-    std::string opencl = shadex.add(
-        "opencl", LIBRARY,
-        "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-        "meta opencl_extensions | cl_khr_fp16 cl_khr_fp64\n" + cores +
-        "compile\nwhen source | ifdef cl_khr_fp64\nstatus 1\nend\n");
+    std::string graphics =
+        shadex.add("graphics", LIBRARY,
+                   "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+                   "meta openglessl_version | 100 300 310 320\nmeta openglessl_extensions | "
+                   "GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader\n" +
+                       cores +
+                       "compile\nwhen source | GL_EXT_geometry_shader\nstatus 4\nend\n"
+                       "compile\nwhen source | GL_EXT_tessellation_shader\nerror 0:2: extension not supported\n"
+                       "end\n");
+    std::string opencl = shadex.add("opencl", LIBRARY,
+                                    "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+                                    "meta opencl_extensions | cl_khr_fp16 cl_khr_fp64\n" +
+                                        cores + "compile\nwhen source | ifdef cl_khr_fp64\nstatus 1\nend\n");
     // Koro-L220 is held at version 310, which has neither stage built in.
     shadex.write("a.geom", "void main() {}\n");
     shadex.write("a.tesc", "void main() {}\n");
-    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.geom"}),
-                       "Koro-L220 does not support geometry shaders.");
+    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.geom"}), "Koro-L220 does not support geometry shaders.");
     std::vector<std::string> probes = compiles(graphics);
     ASSERT_EQ(probes.size(), 3u);
-    EXPECT_TRUE(contains(probes[0], "\tshader_type=fragment\tsource_length=74\tsource=#version "
-                                    "310 es\\n#extension GL_EXT_geometry_shader : require\\nvoid main() {}"))
+    EXPECT_TRUE(contains(probes[0],
+                         "\tshader_type=fragment\tsource_length=74\tsource=#version "
+                         "310 es\\n#extension GL_EXT_geometry_shader : require\\nvoid main() {}"))
         << probes[0];
-    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}),
-                       "Koro-L220 does not support tessellation shaders.");
+    expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}), "Koro-L220 does not support tessellation shaders.");
 
     json info = json_of(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
-    EXPECT_EQ(info["apis"]["opengles"],
-              json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
+    EXPECT_EQ(info["apis"]["opengles"], json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"], json::parse(R"(["cl_khr_fp16"])"));
     EXPECT_EQ(compiles(graphics).size(), 3u);
     EXPECT_EQ(compiles(opencl).size(), 2u);

@@ -47,17 +47,14 @@ public:
         libraries.push_back(add_backend(install, "graphics", LIBRARY, GRAPHICS + graphics_answers));
         libraries.push_back(add_backend(install, "opencl", LIBRARY, OPENCL));
     }
-    void write(const std::string& name, const std::string& content) const {
-        files.write(name, content);
-    }
+    void write(const std::string& name, const std::string& content) const { files.write(name, content); }
     // Starts every log afresh, so each run is checked on its own.
     RunResult run(const std::vector<std::string>& args) {
         for (const std::string& library : libraries) std::ofstream(library + ".log");
         RunOptions options;
         options.working_dir = files.path();
         RunResult result = install.run(args, options);
-        for (const std::string& library : libraries)
-            expect_released_once(read_scripted_log(library));
+        for (const std::string& library : libraries) expect_released_once(read_scripted_log(library));
         return result;
     }
     // Compile calls logged by the graphics (0) or OpenCL (1) library.
@@ -95,13 +92,11 @@ Words literal(const std::string& text) {
     std::memcpy(words.data(), text.data(), text.size());
     return words;
 }
-Words entry(uint32_t model, const std::string& name) {
-    return op(15, Words{model, 1} + literal(name));
-}
+Words entry(uint32_t model, const std::string& name) { return op(15, Words{model, 1} + literal(name)); }
 // SpecId 3 on a bool constant (opcode 48 true, 49 false), SpecId 4 on a 32-bit int.
 Words specialization_constants(uint32_t bool_opcode, uint32_t int_value) {
-    return op(71, {7, 1, 3}) + op(71, {8, 1, 4}) + op(20, {2}) + op(21, {3, 32, 1}) +
-           op(bool_opcode, {2, 7}) + op(50, {3, 8, int_value});
+    return op(71, {7, 1, 3}) + op(71, {8, 1, 4}) + op(20, {2}) + op(21, {3, 32, 1}) + op(bool_opcode, {2, 7}) +
+           op(50, {3, 8, int_value});
 }
 std::string module(const Words& body, uint32_t version = 0x10000) {
     Words words = Words{0x07230203, version, 0, 20, 0} + body;
@@ -114,8 +109,11 @@ std::string logged(const std::string& bytes) {
     for (unsigned char c : bytes) {
         char hex[8];
         std::snprintf(hex, sizeof(hex), "\\x%02x", c);
-        text += c == '\n' ? "\\n" : c == '\t' ? "\\t" : c == '\\' ? "\\\\"
-              : c >= 0x20 && c < 0x7f ? std::string(1, static_cast<char>(c)) : hex;
+        text += c == '\n'               ? "\\n"
+                : c == '\t'             ? "\\t"
+                : c == '\\'             ? "\\\\"
+                : c >= 0x20 && c < 0x7f ? std::string(1, static_cast<char>(c))
+                                        : hex;
     }
     return text;
 }
@@ -130,8 +128,7 @@ void expect_error(const RunResult& result, const std::string& message) {
     std::string last_line = "\nERROR: " + message + "\n";
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())),
-              last_line);
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
 }
 
 json shader_of(const RunResult& result) {
@@ -143,34 +140,38 @@ json shader_of(const RunResult& result) {
 // A report's property list as an object from name to value.
 json by_name(const json& properties) {
     json named = json::object();
-    for (const json& property : properties)
-        named[property["name"].get<std::string>()] = property["value"];
+    for (const json& property : properties) named[property["name"].get<std::string>()] = property["value"];
     return named;
 }
 
 TEST(BackendCompile, OptionsSentForEachApiAndStage) {
     Backends shadex;
-    const std::tuple<const char*, uint32_t, std::string> stages[] = {
-        {"vert", 0, "vertex"}, {"tesc", 1, "tessellation_control"},
-        {"tese", 2, "tessellation_evaluation"}, {"geom", 3, "geometry"}, {"frag", 4, "fragment"},
-        {"comp", 5, "compute"}, {"rgen", 5313, "ray_generation"},
-        {"rint", 5314, "ray_intersection"},
-        {"rahit", 5315, "ray_anyhit"}, {"rchit", 5316, "ray_closest_hit"},
-        {"rmiss", 5317, "ray_miss"}, {"rcall", 5318, "callable"}};
+    const std::tuple<const char*, uint32_t, std::string> stages[] = {{"vert", 0, "vertex"},
+                                                                     {"tesc", 1, "tessellation_control"},
+                                                                     {"tese", 2, "tessellation_evaluation"},
+                                                                     {"geom", 3, "geometry"},
+                                                                     {"frag", 4, "fragment"},
+                                                                     {"comp", 5, "compute"},
+                                                                     {"rgen", 5313, "ray_generation"},
+                                                                     {"rint", 5314, "ray_intersection"},
+                                                                     {"rahit", 5315, "ray_anyhit"},
+                                                                     {"rchit", 5316, "ray_closest_hit"},
+                                                                     {"rmiss", 5317, "ray_miss"},
+                                                                     {"rcall", 5318, "callable"}};
     for (const auto& [extension, model, stage] : stages) {
         std::string idvs = model == 0 ? " request-idvs=true" : "";
         shadex.write(std::string("s.") + extension, "void main() {}\n");
         EXPECT_EQ(shadex.run({"-c", "Koro-N68", std::string("s.") + extension}).status, 0);
-        EXPECT_EQ(options_sent(shadex.compiles()),
-                  "compiler_type=openglessl shader_type=" + stage + " request-pilot=true" + idvs +
-                      (model == 4 ? " variants=per_fragment_shader" : ""));
+        EXPECT_EQ(options_sent(shadex.compiles()), "compiler_type=openglessl shader_type=" + stage +
+                                                       " request-pilot=true" + idvs +
+                                                       (model == 4 ? " variants=per_fragment_shader" : ""));
         // Without a stage suffix the module's entry point names the stage.
         shadex.write("s.spv", module(entry(model, "main")));
         EXPECT_EQ(shadex.run({"-c", "Koro-N68", "s.spv"}).status, 0);
-        EXPECT_EQ(options_sent(shadex.compiles()),
-                  "compiler_type=openglessl shader_type=" + stage +
-                      " spirv=true spirv_binary_length=40 spirv_entrypoint_name=main"
-                      " request-pilot=true" + idvs);
+        EXPECT_EQ(options_sent(shadex.compiles()), "compiler_type=openglessl shader_type=" + stage +
+                                                       " spirv=true spirv_binary_length=40 spirv_entrypoint_name=main"
+                                                       " request-pilot=true" +
+                                                       idvs);
     }
 
     shadex.write("k.cl.spv", module(entry(6, "k")));
@@ -178,22 +179,28 @@ TEST(BackendCompile, OptionsSentForEachApiAndStage) {
     shadex.write("v.spv", module(entry(0, "main")));
     shadex.write("inc/keep", "");
     const std::tuple<std::vector<std::string>, size_t, std::string> rows[] = {
-        {{"-c", "Koro-N68", "-D", "FOO", "-D", "BAR=2", "s.frag"}, 0,
+        {{"-c", "Koro-N68", "-D", "FOO", "-D", "BAR=2", "s.frag"},
+         0,
          "compiler_type=openglessl shader_type=fragment define=FOO=1 define=BAR=2 "
          "request-pilot=true variants=per_fragment_shader"},
-        {{"-c", "Koro-L380", "s.frag"}, 0,
+        {{"-c", "Koro-L380", "s.frag"},
+         0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader"},
         // The source's own directory first, then each -I in order.
-        {{"-c", "Koro-L380", "s.frag", "-I", "inc", "-I", "/"}, 0,
+        {{"-c", "Koro-L380", "s.frag", "-I", "inc", "-I", "/"},
+         0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader "
          "include_path=. include_path=inc include_path=/"},
         {{"-c", "Koro-L380", "s.vert"}, 0, "compiler_type=openglessl shader_type=vertex"},
-        {{"-c", "Koro-L380", "v.spv"}, 0,
+        {{"-c", "Koro-L380", "v.spv"},
+         0,
          "compiler_type=openglessl shader_type=vertex spirv=true spirv_binary_length=40 "
          "spirv_entrypoint_name=main"},
-        {{"-c", "Koro-N68", "k.cl", "-n", "k"}, 1,
+        {{"-c", "Koro-N68", "k.cl", "-n", "k"},
+         1,
          "compiler_type=opencl shader_type=kernel kernel_name=k cl_std=CL1.2 request-pilot=true"},
-        {{"-c", "Koro-N68", "--opencl", "3.0", "k.cl.spv", "-n", "k"}, 1,
+        {{"-c", "Koro-N68", "--opencl", "3.0", "k.cl.spv", "-n", "k"},
+         1,
          "compiler_type=opencl shader_type=kernel spirv=true spirv_binary_length=36 "
          "kernel_name=k cl_std=CL3.0 request-pilot=true"},
     };
@@ -213,19 +220,16 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
     shadex.write("consts.spv", module(entry(4, "main") + specialization_constants(48, 7)));
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"k.cl.spv", "-n", "k"}, "OpenCL 1.2 does not support SPIR-V binary input."},
-        {{"-c", "Koro-N22", "--opencl", "3.0", "k.cl", "-n", "k"},
-         "OpenCL 3.0 is not supported by Koro-N22."},
+        {{"-c", "Koro-N22", "--opencl", "3.0", "k.cl", "-n", "k"}, "OpenCL 3.0 is not supported by Koro-N22."},
         {{"-c", "Koro-L220", "f.spv"}, "Koro-L220 does not support Vulkan."},
         // Only Tarsel compilers check the module's version.
         {{"-c", "Koro-L380", "f13.spv"}, "SPIR-V 1.3 is not supported by Koro-L380."},
         {{"-v", "two.spv"}, "Specified shader stage does not match SPIR-V binary."},
-        {{"-f", "two.spv"},
-         "Specified shader stage is ambiguous and needs an explicit entrypoint name."},
+        {{"-f", "two.spv"}, "Specified shader stage is ambiguous and needs an explicit entrypoint name."},
         {{"-f", "-n", "c", "two.spv"}, "Specified shader entrypoint does not match SPIR-V binary."},
         {{"consts.spv", "-S", "9=true"}, "No boolean specialization constant at location 9"},
         {{"consts.spv", "-S", "3=5"}, "No integer specialization constant at location 3"},
-        {{"consts.spv", "-S", "4=99999999999"},
-         "Value out of range for int specialization constant at location 4"},
+        {{"consts.spv", "-S", "4=99999999999"}, "Value out of range for int specialization constant at location 4"},
         {{"consts.spv", "-S", "x=1"}, "Specialization constant location x=1 is invalid."},
     };
     for (const auto& [args, message] : cases) {
@@ -239,14 +243,12 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
 
 TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
     Backends shadex;
-    Words user_types = op(5632, Words{5, 5636} + literal("x")) +
-                       op(5633, Words{6, 0, 5636} + literal("y"));
-    shadex.write("m.spv", module(op(10, literal("SPV_GOOGLE_user_type")) + entry(4, "main") +
-                                 user_types + specialization_constants(48, 7)));
+    Words user_types = op(5632, Words{5, 5636} + literal("x")) + op(5633, Words{6, 0, 5636} + literal("y"));
+    shadex.write("m.spv", module(op(10, literal("SPV_GOOGLE_user_type")) + entry(4, "main") + user_types +
+                                 specialization_constants(48, 7)));
     std::string expected = module(entry(4, "main") + specialization_constants(49, 0xFFFFFFF4u));
 
-    json shader =
-        shader_of(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}));
+    json shader = shader_of(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}));
     EXPECT_EQ(shader["warnings"], json::array({"0:1: X0004: SPV_GOOGLE_user_type semantic "
                                                "extension is not supported"}));
     std::vector<std::string> compiles = shadex.compiles();
@@ -256,13 +258,14 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
 }
 
 TEST(BackendCompile, BackEndFailuresEndTheRunCleanly) {
-    Backends shadex("compile\nwhen source | FAIL\nstatus 7\nerror 0:1: broken\nend\n"
-                    "compile\nwhen source | BADNUM\nstat work_registers_used | many\nend\n"
-                    "compile\nwhen source | NULLTEXT\nstat part_float16 | <null>\nend\n");
-    for (const auto& [marker, message] : {
-             std::pair{"FAIL", "Compile error : 7"},
-             {"BADNUM", "Invalid value for work_registers_used: many"},
-             {"NULLTEXT", "Compile error : malformed statistics from the back-end (null text)"}}) {
+    Backends shadex(
+        "compile\nwhen source | FAIL\nstatus 7\nerror 0:1: broken\nend\n"
+        "compile\nwhen source | BADNUM\nstat work_registers_used | many\nend\n"
+        "compile\nwhen source | NULLTEXT\nstat part_float16 | <null>\nend\n");
+    for (const auto& [marker, message] :
+         {std::pair{"FAIL", "Compile error : 7"},
+          {"BADNUM", "Invalid value for work_registers_used: many"},
+          {"NULLTEXT", "Compile error : malformed statistics from the back-end (null text)"}}) {
         shadex.write("a.frag", std::string("// ") + marker + "\nvoid main() {}\n");
         expect_error(shadex.run({"a.frag"}), message);
         EXPECT_EQ(shadex.compiles().size(), 1u);
@@ -270,34 +273,33 @@ TEST(BackendCompile, BackEndFailuresEndTheRunCleanly) {
 }
 
 // A compile answer for the scripted back-end whose variants all end with `pipes`.
-std::string answer(const std::string& condition, const std::vector<std::string>& variants,
-                   const std::string& pipes) {
+std::string answer(const std::string& condition, const std::vector<std::string>& variants, const std::string& pipes) {
     std::string text = "compile\nwhen " + condition + "\n";
     for (const std::string& stats : variants) text += "variant\n" + stats + pipes;
     return text + "end\n";
 }
 
 TEST(BackendCompile, OutputModelRules) {
-    const std::string pipes = "stat pipe_names | A1/A2/A3/LS/V/T\nstat cycles | 8/8/8/1/8/4\n"
-                              "stat shortest | 8/8/8/1/8/4\nstat longest | 8/8/8/1/8/4\n";
-    const std::string tarsel_pipes = "stat pipe_names | A/LS/T\nstat cycles | 2/1/1\n"
-                                     "stat shortest | 2/1/1\nstat longest | 2/1/1\n";
-    Backends shadex(
-        answer("source | MODEL",
-               {"stat variant | 1\nstat work_registers_used | 8\n",
-                "stat variant | 0\nstat work_registers_used | 33\nstat part_float16 | 0.5\n"
-                "stat part_v2float16_underused | 0.5\n"
-                "stat position_attribute_symbols | pos:0,uv:65535,col:2\n"
-                "stat varying_attribute_symbols | uv:65535,nrm:1\n",
-                "stat is_pilot | true\n",
-                "stat variant | 256\nstat work_registers_used | 65\nstat part_float16 | N/A\n"},
-               pipes) +
-        answer("source | TARGETS",
-               {"stat render_target | 0\nstat work_registers_used | 5\n",
-                "stat render_target | 1\nstat work_registers_used | 2\n"},
-               tarsel_pipes) +
-        answer("option | spirv | true", {"stat position_attribute_symbols | v_12_in_Position:0\n"},
-               pipes));
+    const std::string pipes =
+        "stat pipe_names | A1/A2/A3/LS/V/T\nstat cycles | 8/8/8/1/8/4\n"
+        "stat shortest | 8/8/8/1/8/4\nstat longest | 8/8/8/1/8/4\n";
+    const std::string tarsel_pipes =
+        "stat pipe_names | A/LS/T\nstat cycles | 2/1/1\n"
+        "stat shortest | 2/1/1\nstat longest | 2/1/1\n";
+    Backends shadex(answer("source | MODEL",
+                           {"stat variant | 1\nstat work_registers_used | 8\n",
+                            "stat variant | 0\nstat work_registers_used | 33\nstat part_float16 | 0.5\n"
+                            "stat part_v2float16_underused | 0.5\n"
+                            "stat position_attribute_symbols | pos:0,uv:65535,col:2\n"
+                            "stat varying_attribute_symbols | uv:65535,nrm:1\n",
+                            "stat is_pilot | true\n",
+                            "stat variant | 256\nstat work_registers_used | 65\nstat part_float16 | N/A\n"},
+                           pipes) +
+                    answer("source | TARGETS",
+                           {"stat render_target | 0\nstat work_registers_used | 5\n",
+                            "stat render_target | 1\nstat work_registers_used | 2\n"},
+                           tarsel_pipes) +
+                    answer("option | spirv | true", {"stat position_attribute_symbols | v_12_in_Position:0\n"}, pipes));
     shadex.write("model.vert", "// MODEL\nvoid main() {}\n");
     shadex.write("targets.frag", "// TARGETS\nvoid main() {}\n");
     shadex.write("v.spv", module(entry(0, "main")));
@@ -308,9 +310,8 @@ TEST(BackendCompile, OutputModelRules) {
     EXPECT_EQ(shader["variants"][2]["name"], "Varying");
     // Variant, property and value; 65 registers fit no occupancy row.
     const std::tuple<int, const char*, json> properties[] = {
-        {0, "thread_occupancy", 50},  {0, "fp16_arithmetic", 50},
-        {0, "fp16_idle_lanes", 25},   {1, "thread_occupancy", 0},
-        {1, "fp16_arithmetic", nullptr}, {1, "fp16_idle_lanes", "absent"},
+        {0, "thread_occupancy", 50},  {0, "fp16_arithmetic", 50},      {0, "fp16_idle_lanes", 25},
+        {1, "thread_occupancy", 0},   {1, "fp16_arithmetic", nullptr}, {1, "fp16_idle_lanes", "absent"},
         {2, "thread_occupancy", 100}, {2, "fp16_arithmetic", "absent"}};
     for (const auto& [variant, name, value] : properties) {
         json named = by_name(shader["variants"][variant]["properties"]);

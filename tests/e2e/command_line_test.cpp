@@ -18,16 +18,14 @@ void expect_usage_error(const RunResult& result, const std::string& message) {
     EXPECT_EQ(result.status, 2) << result.err;
     EXPECT_EQ(result.out, "");
     EXPECT_TRUE(starts_with(result.err, HEADER_LINE)) << result.err;
-    EXPECT_NE(result.err.find("\nERROR:  \n   " + message + "\n\nUsage: \n\n   shadex "),
-              std::string::npos)
+    EXPECT_NE(result.err.find("\nERROR:  \n   " + message + "\n\nUsage: \n\n   shadex "), std::string::npos)
         << result.err;
     EXPECT_TRUE(ends_with(result.err, "\n\nRun shadex --help for more detail.\n")) << result.err;
 }
 
 // A SPIR-V module with one fragment entry point named main.
 std::string fragment_module() {
-    const uint32_t words[] = {0x07230203, 0x00010300, 0, 8, 0,
-                              (5u << 16) | 15, 4, 1, 0x6e69616d, 0};
+    const uint32_t words[] = {0x07230203, 0x00010300, 0, 8, 0, (5u << 16) | 15, 4, 1, 0x6e69616d, 0};
     return std::string(reinterpret_cast<const char*>(words), sizeof(words));
 }
 
@@ -50,13 +48,11 @@ TEST_F(CommandLine, HelpPrintsHeaderAndLongUsage) {
     EXPECT_TRUE(starts_with(result.out, HEADER_LINE));
     for (const char* piece :
          {"Usage: \n\n   shadex ", "Where: \n\n", "   --opengles\n     Target the OpenGL ES API.\n",
-          "Target the OpenCL API (1.1, 1.2, 2.0, or 3.0).", "   -v,  --vertex\n",
-          "         -- OR --\n", "   No shader type flag\n",
-          "     Infer shader type from input file extensions, where:\n",
-          "       .vert      - Source vertex shader\n",
-          "       .rahit.spv - SPIR-V binary ray any hit shader\n",
-          "       .cl.spv    - OpenCL SPIR-V binary compute kernel\n", "   -l,  --list\n",
-          "   --format <text|json>\n", "{-v|-t|-e|-g|-f|-C|-k"}) {
+          "Target the OpenCL API (1.1, 1.2, 2.0, or 3.0).", "   -v,  --vertex\n", "         -- OR --\n",
+          "   No shader type flag\n", "     Infer shader type from input file extensions, where:\n",
+          "       .vert      - Source vertex shader\n", "       .rahit.spv - SPIR-V binary ray any hit shader\n",
+          "       .cl.spv    - OpenCL SPIR-V binary compute kernel\n", "   -l,  --list\n", "   --format <text|json>\n",
+          "{-v|-t|-e|-g|-f|-C|-k"}) {
         EXPECT_NE(result.out.find(piece), std::string::npos) << piece;
     }
     // The stage block precedes --spirv, which is not one of the alternatives.
@@ -74,8 +70,7 @@ TEST_F(CommandLine, VersionPrintsOnlyTheHeader) {
 TEST_F(CommandLine, TclapErrorsUseTheSameFrame) {
     RunResult unknown = run({"--bogus", "a.frag"});
     EXPECT_EQ(unknown.status, 2);
-    EXPECT_NE(unknown.err.find("ERROR: Argument: --bogus\n   Couldn't find match for argument\n"),
-              std::string::npos)
+    EXPECT_NE(unknown.err.find("ERROR: Argument: --bogus\n   Couldn't find match for argument\n"), std::string::npos)
         << unknown.err;
 
     RunResult missing = run({"a.frag", "-c"});
@@ -142,8 +137,7 @@ TEST_F(CommandLine, StageAndApiInference) {
     expect_usage_error(run({"m.bin"}), "For OpenGL ES, using SPIR-V input is not allowed.");
     RunOptions module_on_stdin;
     module_on_stdin.stdin_data = fragment_module();
-    expect_usage_error(run({"-"}, module_on_stdin),
-                       "For OpenGL ES, using SPIR-V input is not allowed.");
+    expect_usage_error(run({"-"}, module_on_stdin), "For OpenGL ES, using SPIR-V input is not allowed.");
     expect_usage_error(run({"--vulkan", "-"}, module_on_stdin),
                        "Unable to find the Vulkan compiler library. Run shadex --info to see "
                        "supported API capabilities.");
@@ -155,20 +149,14 @@ TEST_F(CommandLine, PerApiRules) {
     files.write("a.frag.spv", fragment_module());
     files.write("b.frag.spv", fragment_module());
 
-    expect_usage_error(run({"--vulkan", "k.cl", "-n", "k"}),
-                       "For Vulkan, only graphics shaders are allowed.");
-    expect_usage_error(run({"--opengles", "k.cl"}),
-                       "For OpenGL ES, only graphics shaders are allowed.");
-    expect_usage_error(run({"--opengles", "a.frag.spv"}),
-                       "For OpenGL ES, only source shaders are allowed.");
-    expect_usage_error(run({"--opencl", "1.2", "a.frag"}),
-                       "For OpenCL, only compute kernels are allowed.");
-    expect_usage_error(run({"a.frag", "-n", "main"}),
-                       "For OpenGL ES, setting an entrypoint name is not allowed.");
+    expect_usage_error(run({"--vulkan", "k.cl", "-n", "k"}), "For Vulkan, only graphics shaders are allowed.");
+    expect_usage_error(run({"--opengles", "k.cl"}), "For OpenGL ES, only graphics shaders are allowed.");
+    expect_usage_error(run({"--opengles", "a.frag.spv"}), "For OpenGL ES, only source shaders are allowed.");
+    expect_usage_error(run({"--opencl", "1.2", "a.frag"}), "For OpenCL, only compute kernels are allowed.");
+    expect_usage_error(run({"a.frag", "-n", "main"}), "For OpenGL ES, setting an entrypoint name is not allowed.");
     expect_usage_error(run({"a.frag", "-S", "1=2"}),
                        "For OpenGL ES, specialization constant overrides are not allowed.");
-    expect_usage_error(run({"a.frag.spv", "b.frag.spv"}),
-                       "For Vulkan, only one SPIR-V binary input is allowed.");
+    expect_usage_error(run({"a.frag.spv", "b.frag.spv"}), "For Vulkan, only one SPIR-V binary input is allowed.");
     expect_usage_error(run({"a.frag.spv", "b.frag.spv", "-D", "X"}),
                        "For Vulkan, SPIR-V binary input with preprocessor defines are not allowed.");
     expect_usage_error(run({"k.cl", "-n", "k", "-S", "1=2"}),
@@ -191,8 +179,7 @@ TEST_F(CommandLine, JobErrorsWithoutBackEnds) {
     RunResult info = run({"--info"});
     EXPECT_EQ(info.status, 2);
     EXPECT_TRUE(starts_with(info.err, HEADER_LINE));
-    EXPECT_TRUE(ends_with(info.err, "\n\nERROR: No compiler found matching target GPU\n"))
-        << info.err;
+    EXPECT_TRUE(ends_with(info.err, "\n\nERROR: No compiler found matching target GPU\n")) << info.err;
 }
 
 }  // namespace

@@ -29,8 +29,10 @@ std::vector<std::string> build_environment(const RunOptions& options) {
         if (eq != std::string::npos) merged[text.substr(0, eq)] = text.substr(eq + 1);
     }
     for (const auto& [name, value] : options.env) {
-        if (value) merged[name] = *value;
-        else merged.erase(name);
+        if (value)
+            merged[name] = *value;
+        else
+            merged.erase(name);
     }
     std::vector<std::string> result;
     for (const auto& [name, value] : merged) result.push_back(name + "=" + value);
@@ -46,19 +48,16 @@ std::vector<char*> as_argv(std::vector<std::string>& texts) {
 
 }  // namespace
 
-RunResult run_program(const std::string& program, const std::vector<std::string>& args,
-                      const RunOptions& options) {
+RunResult run_program(const std::string& program, const std::vector<std::string>& args, const RunOptions& options) {
     int in[2], out[2], err[2];
-    if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC))
-        throw std::runtime_error("pipe failed");
+    if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC)) throw std::runtime_error("pipe failed");
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in[0], 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
     posix_spawn_file_actions_adddup2(&actions, err[1], 2);
-    if (!options.working_dir.empty())
-        posix_spawn_file_actions_addchdir_np(&actions, options.working_dir.c_str());
+    if (!options.working_dir.empty()) posix_spawn_file_actions_addchdir_np(&actions, options.working_dir.c_str());
 
     std::vector<std::string> argv_texts{program};
     argv_texts.insert(argv_texts.end(), args.begin(), args.end());
@@ -104,8 +103,7 @@ RunResult run_program(const std::string& program, const std::vector<std::string>
         for (int i = 0; i < count; ++i) {
             if (!fds[i].revents) continue;
             if (fds[i].fd == in_fd) {
-                ssize_t n = write(in_fd, options.stdin_data.data() + written,
-                                  options.stdin_data.size() - written);
+                ssize_t n = write(in_fd, options.stdin_data.data() + written, options.stdin_data.size() - written);
                 if (n > 0) written += static_cast<size_t>(n);
                 if (n < 0 || written == options.stdin_data.size()) {
                     close(in_fd);

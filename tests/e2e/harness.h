@@ -14,13 +14,12 @@ struct RunResult {
 
 struct RunOptions {
     std::string stdin_data;
-    std::string working_dir;                                  // "" keeps the current one
-    std::map<std::string, std::optional<std::string>> env;   // nullopt unsets
+    std::string working_dir;                                // "" keeps the current one
+    std::map<std::string, std::optional<std::string>> env;  // nullopt unsets
     int timeout_seconds = 60;
 };
 
-RunResult run_program(const std::string& program, const std::vector<std::string>& args,
-                      const RunOptions& options = {});
+RunResult run_program(const std::string& program, const std::vector<std::string>& args, const RunOptions& options = {});
 
 // A private directory removed with everything in it when the object dies.
 class TempDir {

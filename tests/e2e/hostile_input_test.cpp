@@ -44,22 +44,22 @@ std::string repeat(const std::string& piece, int times) {
 // statements used here.
 std::string glsl_es(const std::string& body) {
     return "#version 310 es\nprecision highp float;\nin float v;\nlayout(location = 0) out vec4 color;\n"
-           "void main() {\n    float x = v;\n" + body + "    color = vec4(x);\n}\n";
+           "void main() {\n    float x = v;\n" +
+           body + "    color = vec4(x);\n}\n";
 }
 
 std::string glsl_vulkan(const std::string& body) {
     return "#version 450\nlayout(location = 0) in float v;\nlayout(location = 0) out vec4 color;\n"
-           "void main() {\n    float x = v;\n" + body + "    color = vec4(x);\n}\n";
+           "void main() {\n    float x = v;\n" +
+           body + "    color = vec4(x);\n}\n";
 }
 
 std::string opencl_c(const std::string& body) {
-    return "__kernel void k(__global float* out, float v) {\n    float x = v;\n" + body +
-           "    out[0] = x;\n}\n";
+    return "__kernel void k(__global float* out, float v) {\n    float x = v;\n" + body + "    out[0] = x;\n}\n";
 }
 
 std::string nested_ifs(int depth) {
-    return repeat("if (x > v) {\n    x = x * 1.5f;\n", depth) +
-           repeat("} else {\n    x = x - v;\n}\n", depth);
+    return repeat("if (x > v) {\n    x = x * 1.5f;\n", depth) + repeat("} else {\n    x = x - v;\n}\n", depth);
 }
 
 std::string loop_heavy() {
@@ -159,14 +159,13 @@ TEST_F(HostileInput, BrokenSpirvModulesAreRefused) {
     files.write("zero.frag.spv", header + words({0, 0, 0, entry, 4, 1, 0x6e69616d, 0}));
     files.write("long.frag.spv", header + words({(100u << 16) | 15, 4, 1, 0x6e69616d, 0}));
     files.write("name.frag.spv", header + words({entry, 4, 1, 0x6e69616d, 0x41414141}));
-    files.write("bound.frag.spv",
-                words({0x07230203, 0x00010300, 0, 0xFFFFFFFF, 0, entry, 4, 1, 0x6e69616d, 0}));
+    files.write("bound.frag.spv", words({0x07230203, 0x00010300, 0, 0xFFFFFFFF, 0, entry, 4, 1, 0x6e69616d, 0}));
 
     // Cut inside the header, right after it, mid-word and at word ends
     // through the module; each also with a specialisation constant rewrite.
     const size_t size = module.size();
-    for (size_t cut : {size_t{4}, size_t{5}, size_t{20}, size_t{21}, size_t{44}, size / 2 / 4 * 4,
-                       size / 2 + 1, size - 4, size - 1}) {
+    for (size_t cut : {size_t{4}, size_t{5}, size_t{20}, size_t{21}, size_t{44}, size / 2 / 4 * 4, size / 2 + 1,
+                       size - 4, size - 1}) {
         const std::string name = "cut" + std::to_string(cut);
         files.write(name + ".frag.spv", module.substr(0, cut));
         files.write(name + ".cl.spv", module.substr(0, cut));
@@ -242,8 +241,8 @@ TEST_F(HostileInput, NulBytesAndInvalidUtf8InSource) {
     // A NUL that ends the text hides nothing, from a file or standard input.
     files.write("ends.frag", glsl_es("") + "\0\0"s);
     cases.push_back({"trailing NULs", compile({"ends.frag"}), 0, ""});
-    cases.push_back({"NUL from standard input", compile({"-f", "-"}), 2, "NUL byte on line 7.",
-                     glsl_es("    x = x\0 * 1.5f;\n"s)});
+    cases.push_back(
+        {"NUL from standard input", compile({"-f", "-"}), 2, "NUL byte on line 7.", glsl_es("    x = x\0 * 1.5f;\n"s)});
     check_all(cases);
 }
 

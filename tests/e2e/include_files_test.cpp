@@ -96,16 +96,15 @@ TEST_F(IncludeFiles, FoundBesideTheSourceThenOnTheIncludePathInOrder) {
         files.write("b/h.h", api.header("2.0"));
         expect_compiles(run(api, {main_path(api), "-I", files.file("b"), "-I", files.file("a")}),
                         "first -I before second");
-        expect_error(run(api, {main_path(api), "-I", files.file("a"), "-I", files.file("b")}),
-                     "bad", "the second -I is not searched first");
+        expect_error(run(api, {main_path(api), "-I", files.file("a"), "-I", files.file("b")}), "bad",
+                     "the second -I is not searched first");
 
         // <x>: the -I directories only, never the source's own directory.
         files.write(api.main_file, api.program("#include <h.h>"));
         files.write("src/h.h", api.header("1.0"));
         expect_compiles(run(api, {main_path(api), "-I", files.file("b")}), "<x> on -I");
         fs::remove(files.file("b/h.h"));
-        expect_error(run(api, {main_path(api), "-I", files.file("b")}), "h.h",
-                     "<x> beside the source only");
+        expect_error(run(api, {main_path(api), "-I", files.file("b")}), "h.h", "<x> beside the source only");
         fs::remove_all(files.file("a"));
         fs::remove_all(files.file("b"));
         fs::remove(files.file("src/h.h"));

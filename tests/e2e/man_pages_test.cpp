@@ -12,8 +12,7 @@ namespace {
 std::set<std::string> long_options(const std::string& help) {
     std::set<std::string> options;
     const std::regex option("--([a-z_]+)");
-    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at)
-        options.insert((*at)[1]);
+    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) options.insert((*at)[1]);
     options.erase("ignore_rest");  // TCLAP's own "--", not an option of ours
     return options;
 }

@@ -24,8 +24,8 @@ const std::vector<std::string> VALHALL_PROPERTIES = {"Koro-N22", "Koro-N68", "Ko
 constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 
 struct Version {
-    std::string file;                // its name gives the stage
-    std::string source;              // text; SPIR-V assembly when file ends in .spvasm
+    std::string file;                    // its name gives the stage
+    std::string source;                  // text; SPIR-V assembly when file ends in .spvasm
     std::vector<std::string> args = {};  // besides -c CORE and the file
 };
 
@@ -135,7 +135,8 @@ Relation same_cost(bool registers = true) {
                            b.variant(v)->at("performance")[path].dump();
         for (const char* property : {"work_registers_used", "uniform_registers_used", "stack_size"})
             if (registers && a.property(property) != b.property(property))
-                return std::string(property) + ": " + a.property(property).dump() + " vs " + b.property(property).dump();
+                return std::string(property) + ": " + a.property(property).dump() + " vs " +
+                       b.property(property).dump();
         return std::string();
     };
 }
@@ -192,7 +193,8 @@ void main() {
 
 std::string vertex_weights(const std::string& sum) {
     return "#version 310 es\nin vec4 a_position;\nin vec4 a_w;\nout float v_w;\n"
-           "void main() {\n" + sum + "\ngl_Position = a_position;\n}\n";
+           "void main() {\n" +
+           sum + "\ngl_Position = a_position;\n}\n";
 }
 
 std::string constant_table(const std::string& version) {
@@ -249,7 +251,8 @@ std::string with_extension(const std::string& extension, const std::string& decl
 }
 
 const std::string PIXEL_LOCAL = "GL_EXT_shader_pixel_local_storage";
-const std::string PLS_BLOCK = "__pixel_localEXT FragData {\n  layout(rgba8) highp vec4 colour;\n  layout(r32f) highp float depth;\n} pls;";
+const std::string PLS_BLOCK =
+    "__pixel_localEXT FragData {\n  layout(rgba8) highp vec4 colour;\n  layout(r32f) highp float depth;\n} pls;";
 
 // Loads and stores of the tile cost load/store messages, and the property says so.
 Relation reads_tile(const std::string& property) {
@@ -265,17 +268,22 @@ const Case CASES[] = {
     {"MediumPrecisionHalvesFmaCost",
      {"a.frag", es_fragment("in vec4 v;", "color = v * v + v;")},
      {"b.frag", es_fragment("in mediump vec4 v;", "mediump vec4 x = v * v + v; color = x;")},
-     [](const Figures& a, const Figures& b) { return dearer("arith_fma")(b, a); }, PELION_AND_LATER},
+     [](const Figures& a, const Figures& b) { return dearer("arith_fma")(b, a); },
+     PELION_AND_LATER},
     {"PowExpAndSinGoToTheSfu",
      {"a.frag", es_fragment("in vec4 v;", "color = v * v.yzwx;")},
-     {"b.frag", es_fragment("in vec4 v;", "color = pow(v, v.yzwx) + exp(v) + sin(v);")}, dearer("arith_sfu"),
+     {"b.frag", es_fragment("in vec4 v;", "color = pow(v, v.yzwx) + exp(v) + sin(v);")},
+     dearer("arith_sfu"),
      PELION_AND_LATER},
     {"IntegerDivideCostsMoreThanMultiply",
      {"a.frag", es_fragment("flat in ivec4 i;", "color = vec4(i * i.yzwx);")},
-     {"b.frag", es_fragment("flat in ivec4 i;", "color = vec4(i / i.yzwx);")}, dearer("A")},
+     {"b.frag", es_fragment("flat in ivec4 i;", "color = vec4(i / i.yzwx);")},
+     dearer("A")},
     {"DynamicIndexingGoesToTheStack",
-     {"a.frag", es_fragment("flat in int k;\nin vec4 v;", "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[3];")},
-     {"b.frag", es_fragment("flat in int k;\nin vec4 v;", "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[k & 7];")},
+     {"a.frag", es_fragment("flat in int k;\nin vec4 v;",
+                            "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[3];")},
+     {"b.frag", es_fragment("flat in int k;\nin vec4 v;",
+                            "vec4 t[8]; for (int i = 0; i < 8; ++i) t[i] = v * float(i); color = t[k & 7];")},
      [](const Figures& a, const Figures& b) {
          std::string problem = need_compiled(a, b);
          if (!problem.empty()) return problem;
@@ -296,18 +304,22 @@ const Case CASES[] = {
     {"DiscardModifiesCoverage",
      {"a.frag", es_fragment("in vec4 v;", "color = v;")},
      {"b.frag", es_fragment("in vec4 v;", "if (v.a < 0.5) discard;\ncolor = v;")},
-     that([](const Figures& f) { return property_is(f, "modifies_coverage", true); }), VALHALL_PROPERTIES},
+     that([](const Figures& f) { return property_is(f, "modifies_coverage", true); }),
+     VALHALL_PROPERTIES},
     {"DepthWriteUpdatesLate",
      {"a.frag", es_fragment("in vec4 v;", "color = v;")},
      {"b.frag", es_fragment("in vec4 v;", "color = v;\ngl_FragDepth = v.z;")},
-     that([](const Figures& f) { return property_is(f, "uses_late_zs_update", true); }), VALHALL_PROPERTIES},
+     that([](const Figures& f) { return property_is(f, "uses_late_zs_update", true); }),
+     VALHALL_PROPERTIES},
     {"UniformOnlyWorkIsUniformComputation",
      {"a.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * 2.0;")},
      {"b.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * normalize(u * u + u);")},
-     that([](const Figures& f) { return property_is(f, "has_uniform_computation", true); }), PELION_AND_LATER},
+     that([](const Figures& f) { return property_is(f, "has_uniform_computation", true); }),
+     PELION_AND_LATER},
     {"PositionOnlyInputsGoToThePositionStream",
-     {"a.vert", "#version 310 es\nin vec4 a_position;\nin vec4 a_colour;\nout vec4 v_colour;\n"
-                "void main() { v_colour = a_colour; gl_Position = a_position; }\n"},
+     {"a.vert",
+      "#version 310 es\nin vec4 a_position;\nin vec4 a_colour;\nout vec4 v_colour;\n"
+      "void main() { v_colour = a_colour; gl_Position = a_position; }\n"},
      {},
      that([](const Figures& f) {
          if (!compiled(f)) return std::string("did not compile");
@@ -320,49 +332,65 @@ const Case CASES[] = {
      PELION_AND_LATER},
 
     // Specialisation constants are frozen at this compile's values and folded.
-    {"SpecialisationConstantsAreFoldedAtTheirDefaults", {"a.frag", SPEC_CONSTANTS, {VULKAN}}, {},
-     that([](const Figures& f) { return paths_agree(f, "texture"); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
-    {"ASpecialisationConstantTurnsWorkOn", {"a.frag", SPEC_CONSTANTS, {VULKAN}},
-     {"b.frag", SPEC_CONSTANTS, {VULKAN, "-S", "3=true"}}, dearer("texture"), {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"SpecialisationConstantsAreFoldedAtTheirDefaults",
+     {"a.frag", SPEC_CONSTANTS, {VULKAN}},
+     {},
+     that([](const Figures& f) { return paths_agree(f, "texture"); }),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"ASpecialisationConstantTurnsWorkOn",
+     {"a.frag", SPEC_CONSTANTS, {VULKAN}},
+     {"b.frag", SPEC_CONSTANTS, {VULKAN, "-S", "3=true"}},
+     dearer("texture"),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
 
     // An input is fetched once per component, however the source spells it.
     {"AnAttributeReadComponentByComponentCostsOneFetch",
      {"a.vert", vertex_weights("vec4 w = a_w; v_w = w.x + w.y + w.z + w.w;")},
-     {"b.vert", vertex_weights("v_w = a_w.x + a_w.y + a_w.z + a_w.w;")}, same_cost(false)},
+     {"b.vert", vertex_weights("v_w = a_w.x + a_w.y + a_w.z + a_w.w;")},
+     same_cost(false)},
     {"AVaryingReadTwiceIsInterpolatedOnce",
      {"a.frag", es_fragment("in vec3 v_dir;", "vec3 d = v_dir; color = vec4(normalize(d), d.z);")},
-     {"b.frag", es_fragment("in vec3 v_dir;", "color = vec4(normalize(v_dir), v_dir.z);")}, same_cost(false)},
+     {"b.frag", es_fragment("in vec3 v_dir;", "color = vec4(normalize(v_dir), v_dir.z);")},
+     same_cost(false)},
 
     // A constant table is a table in constant memory, whatever the SPIR-V version.
-    {"AConstantTableNeedsNoStack", {"a.comp", constant_table("#version 450"), {VULKAN}}, {},
-     that([](const Figures& f) { return property_is(f, "stack_size", 0); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"AConstantTableNeedsNoStack",
+     {"a.comp", constant_table("#version 450"), {VULKAN}},
+     {},
+     that([](const Figures& f) { return property_is(f, "stack_size", 0); }),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
 
     // Counted loops: paths are trip count x body; unknown counts are unbounded.
-    {"AFortyTapLoopCostsFiveTimesTheEightTap", {"a.frag", taps(8)}, {"b.frag", taps(40)},
+    {"AFortyTapLoopCostsFiveTimesTheEightTap",
+     {"a.frag", taps(8)},
+     {"b.frag", taps(40)},
      times(5, "texture", "longest_path_cycles")},
-    {"ACountedLoopHasEqualPaths", {"a.frag", taps(40)}, {},
-     that([](const Figures& f) {
+    {"ACountedLoopHasEqualPaths", {"a.frag", taps(40)}, {}, that([](const Figures& f) {
          return f.cycles("texture", "shortest_path_cycles") == f.cycles("texture", "longest_path_cycles") &&
                         !std::isinf(f.cycles("texture", "longest_path_cycles"))
                     ? ""
                     : "texture shortest " + text(f.cycles("texture", "shortest_path_cycles")) + ", longest " +
                           text(f.cycles("texture", "longest_path_cycles"));
      })},
-    {"NestedCountedLoopsMultiply", {"a.frag", taps(20)},
+    {"NestedCountedLoopsMultiply",
+     {"a.frag", taps(20)},
      {"b.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;",
                             "vec4 acc = vec4(0.0);\nfor (int i = 0; i < 4; ++i) for (int j = 0; j < 5; ++j)\n"
                             "acc += texture(s, uv + float(i * 5 + j) * 0.01);\ncolor = acc;")},
      times(1, "texture", "longest_path_cycles")},
     {"ALoopOfUnknownLengthIsUnbounded",
-     {"a.frag", es_fragment("uniform sampler2D s;\nuniform int n;\nin vec2 uv;",
-                            "vec4 acc = vec4(0.0);\nfor (int i = 0; i < n; ++i) acc += texture(s, uv * float(i));\ncolor = acc;")},
+     {"a.frag",
+      es_fragment(
+          "uniform sampler2D s;\nuniform int n;\nin vec2 uv;",
+          "vec4 acc = vec4(0.0);\nfor (int i = 0; i < n; ++i) acc += texture(s, uv * float(i));\ncolor = acc;")},
      {},
      that([](const Figures& f) {
          return std::isinf(f.cycles("texture", "longest_path_cycles")) ? "" : "the longest path is bounded";
      })},
     {"AnEndlessLoopIsUnboundedButNotFree",
-     {"a.comp", "#version 310 es\nlayout(local_size_x = 1) in;\nlayout(std430, binding = 0) buffer B { uint n[]; };\n"
-                "void main() { uint i = 0u; for (;;) { n[i] += 1u; i = n[i]; } }\n"},
+     {"a.comp",
+      "#version 310 es\nlayout(local_size_x = 1) in;\nlayout(std430, binding = 0) buffer B { uint n[]; };\n"
+      "void main() { uint i = 0u; for (;;) { n[i] += 1u; i = n[i]; } }\n"},
      {},
      that([](const Figures& f) {
          return std::isinf(f.cycles("load_store", "longest_path_cycles")) && f.cycles("load_store") > 0
@@ -374,13 +402,18 @@ const Case CASES[] = {
 
     // Uniform registers: the surplus beyond the file is read from memory.
     {"UniformsBeyondTheRegisterFileAreLoaded",
-     {"a.frag", es_fragment("uniform vec4 u_k[4];\nin vec4 v;", "vec4 acc = v;\nfor (int i = 0; i < 4; ++i) acc += u_k[i] * v;\ncolor = acc;")},
-     {"b.frag", es_fragment("uniform vec4 u_k[24];\nin vec4 v;", "vec4 acc = v;\nfor (int i = 0; i < 24; ++i) acc += u_k[i] * v;\ncolor = acc;")},
-     dearer("load_store"), {"Koro-L380"}},
+     {"a.frag", es_fragment("uniform vec4 u_k[4];\nin vec4 v;",
+                            "vec4 acc = v;\nfor (int i = 0; i < 4; ++i) acc += u_k[i] * v;\ncolor = acc;")},
+     {"b.frag", es_fragment("uniform vec4 u_k[24];\nin vec4 v;",
+                            "vec4 acc = v;\nfor (int i = 0; i < 24; ++i) acc += u_k[i] * v;\ncolor = acc;")},
+     dearer("load_store"),
+     {"Koro-L380"}},
 
     // OpenCL kernels: arguments are uniform, nothing varies, a select is a select.
     {"KernelArgumentsUseUniformRegisters",
-     {"k.cl", "kernel void k(global float* x, global float* y, float a) { int i = get_global_id(0); y[i] = a * x[i] + y[i]; }\n",
+     {"k.cl",
+      "kernel void k(global float* x, global float* y, float a) { int i = get_global_id(0); y[i] = a * x[i] + y[i]; "
+      "}\n",
       {"-n", "k"}},
      {},
      that([](const Figures& f) {
@@ -389,82 +422,115 @@ const Case CASES[] = {
          return std::string(registers > 0 ? "" : "no uniform registers");
      })},
     {"KernelsHaveNoVaryingPipe",
-     {"k.cl", "kernel void k(global float* y) { y[get_global_id(0)] = 1.0f; }\n", {"-n", "k"}}, {},
+     {"k.cl", "kernel void k(global float* y) { y[get_global_id(0)] = 1.0f; }\n", {"-n", "k"}},
+     {},
      that([](const Figures& f) { return std::isnan(f.cycles("varying")) ? "" : "a varying pipe is reported"; }),
      PELION_AND_LATER},
     {"AVectorSelectOnOneConditionCostsWhatIfElseCosts",
-     {"k.cl", "kernel void k(global float2* a, int c, float x) { float2 v; if (c) v = (float2)(1.0f, 2.0f); "
-              "else v = (float2)(x, 4.0f); *a = v; }\n", {"-n", "k"}},
-     {"k.cl", "kernel void k(global float2* a, int c, float x) { *a = c ? (float2)(1.0f, 2.0f) : (float2)(x, 4.0f); }\n",
+     {"k.cl",
+      "kernel void k(global float2* a, int c, float x) { float2 v; if (c) v = (float2)(1.0f, 2.0f); "
+      "else v = (float2)(x, 4.0f); *a = v; }\n",
+      {"-n", "k"}},
+     {"k.cl",
+      "kernel void k(global float2* a, int c, float x) { *a = c ? (float2)(1.0f, 2.0f) : (float2)(x, 4.0f); }\n",
       {"-n", "k"}},
      same_cost()},
     {"AnImageWriteWithALevelOfDetailIsRefused",
-     {"k.cl", "kernel void k(write_only image2d_t img, float4 c) { write_imagef(img, (int2)(0, 0), 1, c); }\n",
+     {"k.cl",
+      "kernel void k(write_only image2d_t img, float4 c) { write_imagef(img, (int2)(0, 0), 1, c); }\n",
       {"-n", "k", "--opencl", "3.0"}},
      {},
      that([](const Figures& f) { return one_error_saying(f, "Image writes with a level of detail"); })},
 
     // Variants and rounding.
     {"APositionOnlyVertexShaderHasNoVaryingVariant",
-     {"a.vert", "#version 310 es\nin vec4 a_position;\nvoid main() { gl_Position = a_position * 2.0; }\n"}, {},
+     {"a.vert", "#version 310 es\nin vec4 a_position;\nvoid main() { gl_Position = a_position * 2.0; }\n"},
+     {},
      that([](const Figures& f) {
          const std::vector<std::string> names = f.variant_names();
          return std::find(names.begin(), names.end(), "Varying") == names.end() ? "" : "a Varying variant";
      }),
      PELION_AND_LATER},
     {"ABranchFreeShaderHasEqualTotalAndPaths",
-     {"a.frag", es_fragment("uniform sampler2D s;\nin vec2 uv;", "color = texture(s, uv) * 0.3333 + vec4(uv, uv) * 0.7;")},
+     {"a.frag",
+      es_fragment("uniform sampler2D s;\nin vec2 uv;", "color = texture(s, uv) * 0.3333 + vec4(uv, uv) * 0.7;")},
      {},
-     that([](const Figures& f) { return paths_agree(f, "A"); }), {"Koro-L380"}},
+     that([](const Figures& f) { return paths_agree(f, "A"); }),
+     {"Koro-L380"}},
 
     // Tile-buffer features of OpenGL ES.
     {"AnInoutOutputReadsTheColourBuffer",
      {"a.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
      {"b.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "inout vec4 color;", "color = color * 0.5;")},
-     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
+     reads_tile("reads_color_buffer"),
+     VALHALL_PROPERTIES},
     {"TheLastFragmentColourIsReadFromTheTile",
      {"a.frag", with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
-     {"b.frag", with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = gl_LastFragColorOVYN * 0.5;")},
-     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
+     {"b.frag",
+      with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = gl_LastFragColorOVYN * 0.5;")},
+     reads_tile("reads_color_buffer"),
+     VALHALL_PROPERTIES},
     {"FetchingDepthAndStencilMakesTheUpdateLate",
-     {"a.frag", with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;", "color = vec4(0.5);")},
+     {"a.frag",
+      with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;", "color = vec4(0.5);")},
      {"b.frag", with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;",
                                "color = vec4(gl_LastFragDepthOVYN, float(gl_LastFragStencilOVYN), 0.0, 1.0);")},
-     reads_tile("uses_late_zs_update"), VALHALL_PROPERTIES},
+     reads_tile("uses_late_zs_update"),
+     VALHALL_PROPERTIES},
     {"PixelLocalStorageIsReadAndWrittenOnTheTile",
      {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "")},
      {"b.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.colour *= 0.5;\npls.depth += 1.0;")},
-     reads_tile("reads_color_buffer"), VALHALL_PROPERTIES},
-    {"PixelLocalStorageNeedsASecondGenerationCore", {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = 1.0;")}, {},
-     that([](const Figures& f) { return one_error_saying(f, "0:2: '#extension' : extension not supported by Koro-L380"); }),
+     reads_tile("reads_color_buffer"),
+     VALHALL_PROPERTIES},
+    {"PixelLocalStorageNeedsASecondGenerationCore",
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = 1.0;")},
+     {},
+     that([](const Figures& f) {
+         return one_error_saying(f, "0:2: '#extension' : extension not supported by Koro-L380");
+     }),
      {"Koro-L380"}},
     {"PixelLocalStorageWritesExcludeFragmentOutputs",
-     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK + "\nout vec4 color;", "pls.depth = 1.0;\ncolor = vec4(1.0);")}, {},
-     that([](const Figures& f) { return one_error_saying(f, "0:8: 'out' : a shader that writes pixel local storage"); }),
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK + "\nout vec4 color;", "pls.depth = 1.0;\ncolor = vec4(1.0);")},
+     {},
+     that(
+         [](const Figures& f) { return one_error_saying(f, "0:8: 'out' : a shader that writes pixel local storage"); }),
      {"Koro-N68"}},
     {"ErrorsAfterATileBlockKeepTheirLines",
-     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = missing;")}, {},
-     that([](const Figures& f) { return one_error_saying(f, "0:9: 'missing' : undeclared identifier"); }), {"Koro-N68"}},
-    {"TileExtensionsAreForFragmentShaders",
-     {"a.vert", "#version 310 es\n#extension GL_OVYN_shader_framebuffer_fetch : require\nin vec4 p;\nvoid main() { gl_Position = p; }\n"},
+     {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = missing;")},
      {},
-     that([](const Figures& f) { return one_error_saying(f, "is only available in fragment shaders"); }), {"Koro-N68"}},
+     that([](const Figures& f) { return one_error_saying(f, "0:9: 'missing' : undeclared identifier"); }),
+     {"Koro-N68"}},
+    {"TileExtensionsAreForFragmentShaders",
+     {"a.vert",
+      "#version 310 es\n#extension GL_OVYN_shader_framebuffer_fetch : require\nin vec4 p;\nvoid main() { gl_Position = "
+      "p; }\n"},
+     {},
+     that([](const Figures& f) { return one_error_saying(f, "is only available in fragment shaders"); }),
+     {"Koro-N68"}},
 
     // Front-end answers.
     {"AnUnknownExtensionIsOneError",
-     {"a.frag", "#version 310 es\n#extension GL_FOO : require\nprecision mediump float;\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n"},
-     {"b.frag", "#version 450\n#extension GL_FOO : require\nlayout(location = 0) out vec4 c;\nvoid main() { c = vec4(1.0); }\n",
+     {"a.frag",
+      "#version 310 es\n#extension GL_FOO : require\nprecision mediump float;\nout vec4 c;\nvoid main() { c = "
+      "vec4(1.0); }\n"},
+     {"b.frag",
+      "#version 450\n#extension GL_FOO : require\nlayout(location = 0) out vec4 c;\nvoid main() { c = vec4(1.0); }\n",
       {VULKAN}},
      [](const Figures& a, const Figures& b) {
          std::string problem = one_error_saying(a, "extension not supported: GL_FOO");
          return problem.empty() ? one_error_saying(b, "extension not supported: GL_FOO") : problem;
      },
      {"Koro-N68"}},
-    {"ASpirv10ModuleUsingSubgroupsIsInvalid", {"a.comp.spvasm", GROUP_NON_UNIFORM_1_0}, {},
+    {"ASpirv10ModuleUsingSubgroupsIsInvalid",
+     {"a.comp.spvasm", GROUP_NON_UNIFORM_1_0},
+     {},
      that([](const Figures& f) { return one_error_saying(f, "requires SPIR-V version 1.3 or later"); }),
      {"Koro-N22", "Koro-N68", "Koro N1"}},
-    {"AVulkanBlockBreakingItsLayoutIsInvalid", {"a.comp.spvasm", MISALIGNED_BLOCK}, {},
-     that([](const Figures& f) { return one_error_saying(f, "is not aligned to 4"); }), {"Koro-N22", "Koro-N68", "Koro N1"}},
+    {"AVulkanBlockBreakingItsLayoutIsInvalid",
+     {"a.comp.spvasm", MISALIGNED_BLOCK},
+     {},
+     that([](const Figures& f) { return one_error_saying(f, "is not aligned to 4"); }),
+     {"Koro-N22", "Koro-N68", "Koro N1"}},
 };
 
 class PairedShaders : public ::testing::TestWithParam<Case> {

@@ -46,7 +46,6 @@ constexpr double INSTRUMENTATION_SLOWDOWN = 10;
 constexpr double INSTRUMENTATION_SLOWDOWN = 1;
 #endif
 
-
 // A report with cycle figures for at least one variant.
 void expect_full_report(const RunResult& result, const std::string& what) {
     EXPECT_EQ(result.status, 0) << what << "\n" << result.out << result.err;
@@ -59,11 +58,12 @@ void expect_full_report(const RunResult& result, const std::string& what) {
 TEST(ReferenceBackend, ListsEveryCoreWithItsApis) {
     RunResult result = run_shadex({"--list"});
     ASSERT_EQ(result.status, 0) << result.err;
-    const std::vector<std::string> cores = {
-        "Koro N1", "Solvaris-N909", "Solvaris-N707", "Koro-N709", "Koro-N707", "Koro-N609", "Koro-N607",
-        "Solvaris-N705", "Koro-N705", "Koro-N703", "Koro-N605", "Koro-N603", "Koro-N503", "Koro-N403",
-        "Koro-N68SX", "Koro-N68", "Koro-N67", "Koro-N58", "Koro-N47", "Koro-N36", "Koro-N32", "Koro-N31",
-        "Koro-N22", "Koro-N21", "Koro-N11", "Koro-L380", "Koro-L360", "Koro-L330", "Koro-L320", "Koro-L260"};
+    const std::vector<std::string> cores = {"Koro N1",   "Solvaris-N909", "Solvaris-N707", "Koro-N709", "Koro-N707",
+                                            "Koro-N609", "Koro-N607",     "Solvaris-N705", "Koro-N705", "Koro-N703",
+                                            "Koro-N605", "Koro-N603",     "Koro-N503",     "Koro-N403", "Koro-N68SX",
+                                            "Koro-N68",  "Koro-N67",      "Koro-N58",      "Koro-N47",  "Koro-N36",
+                                            "Koro-N32",  "Koro-N31",      "Koro-N22",      "Koro-N21",  "Koro-N11",
+                                            "Koro-L380", "Koro-L360",     "Koro-L330",     "Koro-L320", "Koro-L260"};
     for (const std::string& core : cores)
         EXPECT_TRUE(contains(result.out, "\n" + core + " (OpenGL ES, Vulkan, OpenCL)\n")) << core;
     EXPECT_TRUE(contains(result.out, "\nKoro-L220 (OpenGL ES, OpenCL)\n"));
@@ -73,9 +73,9 @@ TEST(ReferenceBackend, ListsEveryCoreWithItsApis) {
 // core the list shows compiles a small program and reports itself.
 TEST(ReferenceBackend, EveryListedCoreCompilesASmallProgram) {
     TempDir files;
-    const std::string shader = files.write(
-        "s.frag", "precision mediump float;\nuniform sampler2D t;\nvarying vec2 uv;\n"
-                  "void main() { gl_FragColor = texture2D(t, uv) * 0.5; }\n");
+    const std::string shader = files.write("s.frag",
+                                           "precision mediump float;\nuniform sampler2D t;\nvarying vec2 uv;\n"
+                                           "void main() { gl_FragColor = texture2D(t, uv) * 0.5; }\n");
     const nlohmann::json list = nlohmann::json::parse(run_shadex({"--list", "--format", "json"}).out);
     ASSERT_EQ(list["cores"].size(), 31u);
     for (const auto& entry : list["cores"]) {
@@ -93,9 +93,9 @@ TEST(ReferenceBackend, InfoShowsVersionsAndProbedExtensionsQuickly) {
     RunResult result = run_shadex({"--info", "--core", "Koro-N68"});
     const double cpu_seconds = children_cpu_seconds() - before;
     ASSERT_EQ(result.status, 0) << result.err;
-    for (const char* line : {"OpenGL ES: Version 320", "Vulkan: SPIR-V 1.5", "OpenCL: Version 300",
-                             "\nGL_EXT_geometry_shader\n", "\nGL_OES_standard_derivatives\n",
-                             "\nSPV_KHR_multiview\n", "\ncl_khr_fp16\n"})
+    for (const char* line :
+         {"OpenGL ES: Version 320", "Vulkan: SPIR-V 1.5", "OpenCL: Version 300", "\nGL_EXT_geometry_shader\n",
+          "\nGL_OES_standard_derivatives\n", "\nSPV_KHR_multiview\n", "\ncl_khr_fp16\n"})
         EXPECT_TRUE(contains(result.out, line)) << line << "\n" << result.out;
     // One probe compile per extension: glslang set up once, not per probe.
     EXPECT_LT(cpu_seconds, 0.5 * INSTRUMENTATION_SLOWDOWN);
@@ -123,8 +123,8 @@ TEST(ReferenceBackend, EveryApiGivesAFullReportOnEachArchitecture) {
 TEST(ReferenceBackend, InvalidShaderErrorsPointAtTheirLines) {
     TempDir files;
     const std::string shader = files.write("broken.frag",
-        "#version 300 es\nprecision mediump float;\nout vec4 color;\nvoid main() {\n"
-        "    color = vec4(undefined_thing, 1.0);\n}\n");
+                                           "#version 300 es\nprecision mediump float;\nout vec4 color;\nvoid main() {\n"
+                                           "    color = vec4(undefined_thing, 1.0);\n}\n");
     RunResult result = run_shadex({"-c", "Koro-N68", shader});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(contains(result.out, "ERROR: 0:5: 'undefined_thing' : undeclared identifier\n")) << result.out;

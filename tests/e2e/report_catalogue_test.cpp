@@ -82,7 +82,9 @@ Use "shadex --info --core <name>" to get details about a specific GPU.
     // Either spelling of that core's variants names the catalogue entry.
     std::string info = text_body(install.run({"--info", "-c", "Koro-N1-Ultra"}));
     EXPECT_EQ(info.rfind("Configuration\n=============\n\nHardware: Koro N1 r0p0\n"
-                         "Architecture: Ovyn 5th Generation\nDriver: r30p0-00rel0\n\n", 0), 0u)
+                         "Architecture: Ovyn 5th Generation\nDriver: r30p0-00rel0\n\n",
+                         0),
+              0u)
         << info;
 }
 
@@ -121,9 +123,7 @@ end
                     "compile\nwhen source | #error cl_ovyn_printf\nstatus 1\nend\n");
     }
 
-    std::string info(const std::string& core) {
-        return text_body(install.run({"--info", "-c", core}));
-    }
+    std::string info(const std::string& core) { return text_body(install.run({"--info", "-c", core})); }
     json info_json(const std::string& core) {
         return json_body(install.run({"--info", "-c", core, "--format", "json"}));
     }
@@ -176,7 +176,8 @@ cl_ovyn_printf
                      "max_version": 1.2999999523162842}},
         "driver": "r40p0-00rel0",
         "hardware": {"architecture": "Pelion", "core": "Koro-N68", "revision": "r0p1"},
-        "producer": )" + document["producer"].dump() + R"(,
+        "producer": )" + document["producer"].dump() +
+                                    R"(,
         "schema": {"name": "info", "version": 0}})"));
 }
 
@@ -187,18 +188,18 @@ TEST_F(CoreInfo, CoresWithoutSomeApis) {
     const struct {
         const char* core;
         std::string languages, extensions, apis;  // apis: JSON of those shown
-    } cases[] = {
-        {"Koro-L220", "Architecture: Tarsel\nDriver: r40p0-00rel0\n\nLanguage Support\n"
-                      "================\n\nOpenGL ES: Version 310\nVulkan: Not supported\n"
-                      "OpenCL: Version 300\n\n",
-         "=\n\nGL_EXT_geometry_shader\n\nVulkan SPIR-V Extensions\n========================\n\n"
-         "Not supported\n\nOpenCL C Extensions\n===================\n\ncl_khr_fp16\n\n",
-         R"({"vulkan": {"extensions": [], "max_version": null},
+    } cases[] = {{"Koro-L220",
+                  "Architecture: Tarsel\nDriver: r40p0-00rel0\n\nLanguage Support\n"
+                  "================\n\nOpenGL ES: Version 310\nVulkan: Not supported\n"
+                  "OpenCL: Version 300\n\n",
+                  "=\n\nGL_EXT_geometry_shader\n\nVulkan SPIR-V Extensions\n========================\n\n"
+                  "Not supported\n\nOpenCL C Extensions\n===================\n\ncl_khr_fp16\n\n",
+                  R"({"vulkan": {"extensions": [], "max_version": null},
              "opencl": {"extensions": ["cl_khr_fp16"], "max_version": 300}})"},
-        {"Koro-N22", "OpenGL ES: Version 310\nVulkan: SPIR-V 1.5\nOpenCL: Not supported\n\n",
-         "=\n\nNo supported extensions\n\nVulkan SPIR-V Extensions\n========================\n\n"
-         "Extension support unknown\n\nOpenCL C Extensions\n===================\n\nNot supported\n\n",
-         R"({"opencl": {"extensions": [], "max_version": null},
+                 {"Koro-N22", "OpenGL ES: Version 310\nVulkan: SPIR-V 1.5\nOpenCL: Not supported\n\n",
+                  "=\n\nNo supported extensions\n\nVulkan SPIR-V Extensions\n========================\n\n"
+                  "Extension support unknown\n\nOpenCL C Extensions\n===================\n\nNot supported\n\n",
+                  R"({"opencl": {"extensions": [], "max_version": null},
              "opengles": {"extensions": [], "max_version": 310},
              "vulkan": {"extensions": [], "max_version": 1.5}})"}};
     for (const auto& c : cases) {
@@ -206,8 +207,7 @@ TEST_F(CoreInfo, CoresWithoutSomeApis) {
         EXPECT_TRUE(contains(text, c.languages)) << text;
         EXPECT_TRUE(contains(text, c.extensions)) << text;
         json apis = info_json(c.core)["apis"], expected = json::parse(c.apis);
-        for (const auto& [api, value] : expected.items())
-            EXPECT_EQ(apis[api], value) << c.core << " " << api;
+        for (const auto& [api, value] : expected.items()) EXPECT_EQ(apis[api], value) << c.core << " " << api;
     }
 }
 

@@ -36,21 +36,19 @@ std::string stats(const std::string& items) {
     std::string text, item;
     while (std::getline(in >> std::ws, item, ';')) {
         size_t space = item.find(' ');
-        text += space == std::string::npos
-                    ? item + "\n"
-                    : "stat " + item.substr(0, space) + " | " + item.substr(space + 1) + "\n";
+        text += space == std::string::npos ? item + "\n"
+                                           : "stat " + item.substr(0, space) + " | " + item.substr(space + 1) + "\n";
     }
     return text;
 }
 
 // The worked example's figures as a Koro-N22 back-end reports them, before
 // the per-core divisors (A 6, V 8, T 2).
-const std::string WORKED_EXAMPLE_STATS =
-    stats("work_registers_used 24; uniform_registers_used 10; tls_size 0; spill_size 0;"
-          "alloca_size 0; part_float16 0.25; part_v2float16_underused 0");
+const std::string WORKED_EXAMPLE_STATS = stats(
+    "work_registers_used 24; uniform_registers_used 10; tls_size 0; spill_size 0;"
+    "alloca_size 0; part_float16 0.25; part_v2float16_underused 0");
 const std::string WORKED_EXAMPLE_PIPES =
-    WORKED_EXAMPLE_STATS +
-    stats("pipe_names A/LS/V/T; cycles 9/0/2/2; shortest 7.5/0/2/2.5; longest 9/0/2/2");
+    WORKED_EXAMPLE_STATS + stats("pipe_names A/LS/V/T; cycles 9/0/2/2; shortest 7.5/0/2/2.5; longest 9/0/2/2");
 
 std::string golden(const std::string& name) {
     return read_file(std::string(SHADEX_SOURCE_DIR) + "/tests/e2e/golden/" + name);
@@ -58,8 +56,8 @@ std::string golden(const std::string& name) {
 
 // The text report's opening section for an OpenGL ES fragment shader.
 std::string configuration(const std::string& hardware, const std::string& architecture) {
-    return "Configuration\n=============\n\nHardware: " + hardware + "\nArchitecture: " +
-           architecture + "\nDriver: r40p0-00rel0\nShader type: OpenGL ES Fragment\n\n";
+    return "Configuration\n=============\n\nHardware: " + hardware + "\nArchitecture: " + architecture +
+           "\nDriver: r40p0-00rel0\nShader type: OpenGL ES Fragment\n\n";
 }
 
 class CompileReport : public ::testing::Test {
@@ -69,8 +67,7 @@ protected:
 
     // Compile answers are tried in order; the first whose conditions hold is used.
     void answer_compiles_with(const std::string& stats, const std::string& earlier_answers = "") {
-        add_backend(install, "graphics", LIBRARY,
-                    GRAPHICS_LIBRARY + earlier_answers + "compile\n" + stats + "end\n");
+        add_backend(install, "graphics", LIBRARY, GRAPHICS_LIBRARY + earlier_answers + "compile\n" + stats + "end\n");
     }
 
     RunResult run(const std::vector<std::string>& args, int expected_status = 0) {
@@ -107,10 +104,9 @@ TEST_F(CompileReport, WorkedTextExample) {
 TEST_F(CompileReport, WorkedJsonExample) {
     // Only fragment shaders keep the varying pipe, so for the compute shader
     // the back-end reports it twice and one survives.
-    answer_compiles_with(WORKED_EXAMPLE_PIPES,
-                         "compile\nwhen option | shader_type | compute\n" + WORKED_EXAMPLE_STATS +
-                             stats("pipe_names A/LS/V/V/T; cycles 9/0/2/2/2;"
-                                   "shortest 7.5/0/2/2/2.5; longest 9/0/2/2/2; end"));
+    answer_compiles_with(WORKED_EXAMPLE_PIPES, "compile\nwhen option | shader_type | compute\n" + WORKED_EXAMPLE_STATS +
+                                                   stats("pipe_names A/LS/V/V/T; cycles 9/0/2/2/2;"
+                                                         "shortest 7.5/0/2/2/2.5; longest 9/0/2/2/2; end"));
     RunResult compute = run({"-c", "Koro-N22", "-C", "shader.frag", "--format", "json"});
     json expected = json::parse(golden("worked_example.json"));
     expected["producer"]["documentation"] = json::parse(compute.out)["producer"]["documentation"];
@@ -124,9 +120,8 @@ TEST_F(CompileReport, WorkedJsonExample) {
         names.push_back(property["name"]);
         EXPECT_EQ(property["value"], false);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"has_uniform_computation", "has_side_effects",
-                                               "modifies_coverage", "uses_late_zs_test",
-                                               "uses_late_zs_update", "reads_color_buffer"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"has_uniform_computation", "has_side_effects", "modifies_coverage",
+                                               "uses_late_zs_test", "uses_late_zs_update", "reads_color_buffer"}));
     properties.erase(properties.begin() + 1, properties.end());
     expected["shaders"][0]["shader"]["type"] = "Fragment";
     EXPECT_EQ(fragment, expected);
@@ -165,31 +160,29 @@ Compilation failed.
     json document = json_report({"-c", "Koro-N22", "broken.frag"}, 1);
     EXPECT_EQ(document["schema"], json({{"name", "error"}, {"version", 0}}));
     const json& shader = document["shaders"][0];
-    EXPECT_EQ(shader["errors"], json({"0:1: '' : first line problem",
-                                      "0:3: 'x' : middle line problem",
-                                      "0:5: '}' : last line problem"}));
+    EXPECT_EQ(shader["errors"],
+              json({"0:1: '' : first line problem", "0:3: 'x' : middle line problem", "0:5: '}' : last line problem"}));
     EXPECT_EQ(shader["warnings"], json({"0:2: 'precision' : ignored"}));
     for (const char* absent : {"notes", "variants", "properties"}) EXPECT_FALSE(shader.contains(absent));
     EXPECT_FALSE(shader["hardware"].contains("pipelines"));
 }
 
 TEST_F(CompileReport, VariantsStacksAndAttributeStreams) {
-    answer_compiles_with(stats(
-        "variant; variant 1; work_registers_used 40; uniform_registers_used 4; tls_size 32;"
-        "spill_size 32; pipe_names A/LS/V/T; cycles 6/2/8/2; shortest 6/1/8/2; longest 12/-1/8/2;"
-        "varying_attribute_symbols uv:1,normal:2,pos:0;"
-        "variant; variant 0; work_registers_used 64; uniform_registers_used 128; tls_size 96;"
-        "alloca_size 64; spill_size 32; part_float16 0.5; part_v2float16_underused 0.5;"
-        "pipe_names A/LS/V/T; cycles 12/3/8/4; shortest 6/3/8/2; longest 12/3/8/4;"
-        "position_attribute_symbols pos:0,extra:65535;"
-        "variant; variant 256; work_registers_used 65; spilling_used true; part_float16 N/A;"
-        "pipe_names A/LS/V/T; cycles 0/0/0/0; shortest 0/0/0/0; longest 0/0/0/0"));
+    answer_compiles_with(
+        stats("variant; variant 1; work_registers_used 40; uniform_registers_used 4; tls_size 32;"
+              "spill_size 32; pipe_names A/LS/V/T; cycles 6/2/8/2; shortest 6/1/8/2; longest 12/-1/8/2;"
+              "varying_attribute_symbols uv:1,normal:2,pos:0;"
+              "variant; variant 0; work_registers_used 64; uniform_registers_used 128; tls_size 96;"
+              "alloca_size 64; spill_size 32; part_float16 0.5; part_v2float16_underused 0.5;"
+              "pipe_names A/LS/V/T; cycles 12/3/8/4; shortest 6/3/8/2; longest 12/3/8/4;"
+              "position_attribute_symbols pos:0,extra:65535;"
+              "variant; variant 256; work_registers_used 65; spilling_used true; part_float16 N/A;"
+              "pipe_names A/LS/V/T; cycles 0/0/0/0; shortest 0/0/0/0; longest 0/0/0/0"));
     EXPECT_EQ(text({"-c", "Koro-N22", "shader.vert"}), golden("ostrem_vertex.txt"));
 
     json document = json_report({"-c", "Koro-N22", "shader.vert"});
     const json& shader = document["shaders"][0];
-    EXPECT_EQ(shader["attribute_streams"],
-              json::parse(R"({"nonposition":[{"location":1,"symbol":"uv"},
+    EXPECT_EQ(shader["attribute_streams"], json::parse(R"({"nonposition":[{"location":1,"symbol":"uv"},
                   {"location":2,"symbol":"normal"}],
                   "position":[{"location":0,"symbol":"pos"},{"location":null,"symbol":"extra"}]})"));
     const json& varying = shader["variants"][2];
@@ -200,81 +193,82 @@ TEST_F(CompileReport, VariantsStacksAndAttributeStreams) {
 
 TEST_F(CompileReport, PelionDetailedModeAndN503Divisors) {
     // N503 divides A1-A3 by 12, V by 16 and T by 8, and leaves LS alone.
-    answer_compiles_with(stats(
-        "work_registers_used 64; uniform_registers_used 128; tls_size 0;"
-        "pipe_names A1/A2/A3/LS/V/T; cycles 24/12/12/5/32/16; shortest 12/12/24/1/16/8;"
-        "longest 24/12/12/5/32/-1"));
+    answer_compiles_with(
+        stats("work_registers_used 64; uniform_registers_used 128; tls_size 0;"
+              "pipe_names A1/A2/A3/LS/V/T; cycles 24/12/12/5/32/16; shortest 12/12/24/1/16/8;"
+              "longest 24/12/12/5/32/-1"));
     EXPECT_EQ(text({"-c", "Koro-N503", "-d", "shader.frag"}), golden("pelion_detailed.txt"));
 
     std::string brief = text({"-c", "Koro-N503", "shader.frag"});
-    EXPECT_TRUE(contains(brief, "\n                                A      LS       V       T    Bound\n"
-                                "Total instruction cycles:    3.25    5.00    2.00    2.00       LS\n"))
+    EXPECT_TRUE(contains(brief,
+                         "\n                                A      LS       V       T    Bound\n"
+                         "Total instruction cycles:    3.25    5.00    2.00    2.00       LS\n"))
         << brief;
     EXPECT_TRUE(contains(brief, "\n\nA = Arithmetic, LS = Load/Store, V = Varying, T = Texture\n\n"));
 
     // JSON never hides the arithmetic sub-pipelines; the note splits into lines.
     json shader = json_report({"-c", "Koro-N503", "shader.frag"})["shaders"][0];
     EXPECT_EQ(shader["variants"][0]["performance"]["pipelines"],
-              json({"arith_total", "arith_fma", "arith_cvt", "arith_sfu", "load_store", "varying",
-                    "texture"}));
+              json({"arith_total", "arith_fma", "arith_cvt", "arith_sfu", "load_store", "varying", "texture"}));
     EXPECT_EQ(shader["variants"][0]["performance"]["total_cycles"]["cycle_count"],
               json({3.25, 2.0, 1.0, 1.0, 5.0, 2.0, 2.0}));
-    EXPECT_EQ(shader["notes"],
-              json({"Koro-N503 reports assume a 48 FMA/cycle and 8 Texture op/cycle core "
-                    "configuration.",
-                    "      Other core configurations might have 48-64 FMA/cycle and 4-8 Texture "
-                    "op/cycle."}));
+    EXPECT_EQ(shader["notes"], json({"Koro-N503 reports assume a 48 FMA/cycle and 8 Texture op/cycle core "
+                                     "configuration.",
+                                     "      Other core configurations might have 48-64 FMA/cycle and 4-8 Texture "
+                                     "op/cycle."}));
 }
 
 TEST_F(CompileReport, PelionAggregateFollowsTheCoreGroup) {
-    answer_compiles_with(stats("work_registers_used 8; pipe_names A1/A2/A3/LS/V/T;"
-                               "cycles 16/32/16/0/0/0; shortest 16/32/16/0/0/0;"
-                               "longest 16/32/16/0/0/0"));
+    answer_compiles_with(
+        stats("work_registers_used 8; pipe_names A1/A2/A3/LS/V/T;"
+              "cycles 16/32/16/0/0/0; shortest 16/32/16/0/0/0;"
+              "longest 16/32/16/0/0/0"));
     // The aggregate of FMA, CVT, SFU after each core's divisors.
     for (const auto& [core, aggregate] : {std::pair{"Koro-N68", 4.0},  // 2, 4, 2: the largest
-                                          {"Koro-N603", 3.25},  // 1, 2, 1: sum with a quarter SFU
-                                          {"Koro-N605", 2.25},  // 0.5, 2, 1: CVT-limited
-                                          {"Koro-N609", 1.625},      // 0.5, 1, 1
+                                          {"Koro-N603", 3.25},         // 1, 2, 1: sum with a quarter SFU
+                                          {"Koro-N605", 2.25},         // 0.5, 2, 1: CVT-limited
+                                          {"Koro-N609", 1.625},        // 0.5, 1, 1
                                           {"Koro-N1-Ultra", 1.625}}) {
         json shader = json_report({"-c", core, "shader.frag"})["shaders"][0];
-        EXPECT_EQ(shader["variants"][0]["performance"]["total_cycles"]["cycle_count"][0], aggregate)
-            << core;
+        EXPECT_EQ(shader["variants"][0]["performance"]["total_cycles"]["cycle_count"][0], aggregate) << core;
     }
     // The catalogue calls that core Koro N1.
     std::string n1 = text({"-c", "Koro-N1-Ultra", "shader.frag"});
     EXPECT_TRUE(contains(n1, "Hardware: Koro N1 r0p0\nArchitecture: Ovyn 5th Generation\n"));
-    EXPECT_TRUE(contains(n1, "Work registers: 8 (12% used at 100% occupancy)\n"
-                             "Uniform registers: 0 (0% used)\n"));
+    EXPECT_TRUE(contains(n1,
+                         "Work registers: 8 (12% used at 100% occupancy)\n"
+                         "Uniform registers: 0 (0% used)\n"));
 }
 
 TEST_F(CompileReport, UnknownAggregateIsNaN) {
     // A pipe the back-end could not cost leaves the aggregate unknown.
-    answer_compiles_with(stats("work_registers_used 8; pipe_names A1/A2/A3/LS/V/T;"
-                               "cycles nan/16/16/4/0/8; shortest 16/16/16/4/0/8;"
-                               "longest 16/16/16/4/0/8"));
+    answer_compiles_with(
+        stats("work_registers_used 8; pipe_names A1/A2/A3/LS/V/T;"
+              "cycles nan/16/16/4/0/8; shortest 16/16/16/4/0/8;"
+              "longest 16/16/16/4/0/8"));
     std::string report = text({"-c", "Koro-N603", "shader.frag"});
-    EXPECT_TRUE(contains(report, "Total instruction cycles:     nan    4.00    0.00    1.00      N/A\n"
-                                 "Shortest path cycles:        2.25    4.00    0.00    1.00       LS\n"))
+    EXPECT_TRUE(contains(report,
+                         "Total instruction cycles:     nan    4.00    0.00    1.00      N/A\n"
+                         "Shortest path cycles:        2.25    4.00    0.00    1.00       LS\n"))
         << report;
 
-    json total = json_report({"-c", "Koro-N603", "shader.frag"})["shaders"][0]["variants"][0]
-                            ["performance"]["total_cycles"];
+    json total =
+        json_report({"-c", "Koro-N603", "shader.frag"})["shaders"][0]["variants"][0]["performance"]["total_cycles"];
     EXPECT_EQ(total, json::parse(R"({"bound_pipelines":[null],
                                      "cycle_count":[null,null,1.0,1.0,4.0,0.0,1.0]})"));
 }
 
 TEST_F(CompileReport, KoroL220KeepsEveryRenderTargetAndHasNoProperties) {
-    answer_compiles_with(stats(
-        "variant; render_target 1; work_registers_used 2; uniform_registers_used 2;"
-        "arithmetic_cycles 1; arithmetic_shortest_path 1; arithmetic_longest_path 1;"
-        "variant; render_target 0; work_registers_used 6; uniform_registers_used 9;"
-        "arithmetic_cycles 3; load_store_cycles 1; texture_cycles 2; arithmetic_shortest_path 2;"
-        "load_store_shortest_path 1; texture_shortest_path 2; arithmetic_longest_path -1;"
-        "load_store_longest_path 1; texture_longest_path 2"));
+    answer_compiles_with(
+        stats("variant; render_target 1; work_registers_used 2; uniform_registers_used 2;"
+              "arithmetic_cycles 1; arithmetic_shortest_path 1; arithmetic_longest_path 1;"
+              "variant; render_target 0; work_registers_used 6; uniform_registers_used 9;"
+              "arithmetic_cycles 3; load_store_cycles 1; texture_cycles 2; arithmetic_shortest_path 2;"
+              "load_store_shortest_path 1; texture_shortest_path 2; arithmetic_longest_path -1;"
+              "load_store_longest_path 1; texture_longest_path 2"));
     // Tarsel registers: 16 work registers, and the 24-entry file shared with
     // the uniforms.
-    EXPECT_EQ(text({"-c", "Koro-L220", "shader.frag"}),
-              configuration("Koro-L220 r0p0", "Tarsel") + R"(Main shader
+    EXPECT_EQ(text({"-c", "Koro-L220", "shader.frag"}), configuration("Koro-L220 r0p0", "Tarsel") + R"(Main shader
 ===========
 
 Render target 0 variant
@@ -309,16 +303,15 @@ A = Arithmetic
 }
 
 TEST_F(CompileReport, TarselNormalisesOnlyTheArithmeticTotal) {
-    answer_compiles_with(stats(
-        "variant; render_target 0; work_registers_used 4; uniform_registers_used 10;"
-        "arithmetic_cycles 6; load_store_cycles 3; texture_cycles 1; arithmetic_shortest_path 6;"
-        "load_store_shortest_path 3; texture_shortest_path 1; arithmetic_longest_path 6;"
-        "load_store_longest_path 3; texture_longest_path 1;"
-        "variant; render_target 1; work_registers_used 16; arithmetic_cycles 9"));
+    answer_compiles_with(
+        stats("variant; render_target 0; work_registers_used 4; uniform_registers_used 10;"
+              "arithmetic_cycles 6; load_store_cycles 3; texture_cycles 1; arithmetic_shortest_path 6;"
+              "load_store_shortest_path 3; texture_shortest_path 1; arithmetic_longest_path 6;"
+              "load_store_longest_path 3; texture_longest_path 1;"
+              "variant; render_target 1; work_registers_used 16; arithmetic_cycles 9"));
     // Koro-L380 has three arithmetic pipes; its dropped second render target
     // still counts as uniform computation.
-    EXPECT_EQ(text({"-c", "Koro-L380", "shader.frag"}),
-              configuration("Koro-L380 r0p0", "Tarsel") + R"(Main shader
+    EXPECT_EQ(text({"-c", "Koro-L380", "shader.frag"}), configuration("Koro-L380 r0p0", "Tarsel") + R"(Main shader
 ===========
 
 Work registers: 4 (25% used at 100% occupancy)

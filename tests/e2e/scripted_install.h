@@ -14,15 +14,11 @@
 // Copies the plug-in to install/subdir/file_name ("graphics" or "opencl";
 // the name must follow a driver pattern, e.g. libKoro-Nxx_r20p0-01rel0.so)
 // and writes its scenario. Returns the copy's path.
-std::string add_backend(const Install& install, const std::string& subdir,
-                        const std::string& file_name, const std::string& scenario,
-                        ScriptedVariant variant = ScriptedVariant::Full);
+std::string add_backend(const Install& install, const std::string& subdir, const std::string& file_name,
+                        const std::string& scenario, ScriptedVariant variant = ScriptedVariant::Full);
 
 // The calls that copy logged, one line each, in order.
-std::vector<std::string> read_log(const Install& install, const std::string& subdir,
-                                  const std::string& file_name);
+std::vector<std::string> read_log(const Install& install, const std::string& subdir, const std::string& file_name);
 
 // Every record a back-end handed out came back to it exactly once.
-inline void expect_released_once(const std::vector<std::string>& log) {
-    EXPECT_EQ(release_problems(log), "");
-}
+inline void expect_released_once(const std::vector<std::string>& log) { EXPECT_EQ(release_problems(log), ""); }

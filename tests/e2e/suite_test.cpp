@@ -44,7 +44,8 @@ const json* find_record(const json& document, const std::string& id_end, const s
 }
 
 TEST(Suite, RecordsAreWhatShadexPrintsForTheSameRun) {
-    json document = parse_results(run_shadex_suite({"run", "-q", "-j", "2", "-c", "Koro-N68", "-c", "Koro-L380", EXAMPLES}));
+    json document =
+        parse_results(run_shadex_suite({"run", "-q", "-j", "2", "-c", "Koro-N68", "-c", "Koro-L380", EXAMPLES}));
     ASSERT_EQ(document["records"].size(), 14u);  // 7 examples, saxpy.cl has one kernel
     std::vector<std::pair<std::string, std::string>> order;
     for (const json& record : document["records"]) {
@@ -67,8 +68,9 @@ TEST(Suite, VulkanGlslConvertsAsTheValidatorDoes) {
     files.write("tint.frag", head + "void main() { color = TINT; }\n");
     files.write("shade.frag", head + "void shade() { color = vec4(0.5); }\n");
     files.write("broken.frag", head + "void main() { color = undefined_one; }\n");
-    files.write("rays.rgen", "#version 460\n#extension GL_EXT_ray_tracing : require\n"
-                             "layout(location = 0) rayPayloadEXT vec3 hit;\nvoid main() { hit = vec3(gl_LaunchIDEXT); }\n");
+    files.write("rays.rgen",
+                "#version 460\n#extension GL_EXT_ray_tracing : require\n"
+                "layout(location = 0) rayPayloadEXT vec3 hit;\nvoid main() { hit = vec3(gl_LaunchIDEXT); }\n");
     const std::vector<std::vector<std::string>> lines = {
         {"--vulkan", "-D", "TINT=vec4(0.25, 0.5, 0.75, 1.0)", "tint.frag"},
         {"--vulkan", "-n", "shade", "shade.frag"},
@@ -105,15 +107,15 @@ TEST(Suite, ListLinesRunFromTheListsDirectoryUnderShadexsRules) {
     TempDir files;
     files.write("set/a.frag", "void main() { gl_FragColor = vec4(1.0); }\n");
     files.write("set/shaders.txt",
-                                         "# one shadex run a line\n"
-                                         "\n"
-                                         "a.frag\n"
-                                         "-v -f a.frag\n"
-                                         "-c Koro-N68 a.frag\n"
-                                         "-o out.json a.frag\n"
-                                         "-dl\n"
-                                         "\"a.frag\n"
-                                         "missing.frag\n");
+                "# one shadex run a line\n"
+                "\n"
+                "a.frag\n"
+                "-v -f a.frag\n"
+                "-c Koro-N68 a.frag\n"
+                "-o out.json a.frag\n"
+                "-dl\n"
+                "\"a.frag\n"
+                "missing.frag\n");
     RunOptions elsewhere;
     elsewhere.working_dir = files.path();
     json document = parse_results(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "@set/shaders.txt"}, elsewhere));
@@ -156,7 +158,8 @@ TEST(Suite, ACrashOrAHangEndsOnlyItsOwnRun) {
     files.write("hang.frag", "// HANG\nvoid main() {}\n");
     RunOptions options;
     options.working_dir = files.path();
-    json document = parse_results(install.run_suite({"run", "-q", "-j", "2", "--timeout", "2", "-c", "Koro-N68", "."}, options));
+    json document =
+        parse_results(install.run_suite({"run", "-q", "-j", "2", "--timeout", "2", "-c", "Koro-N68", "."}, options));
     ASSERT_EQ(document["records"].size(), 6u);
     for (const json& record : document["records"]) {
         const std::string id = record["id"];
@@ -211,8 +214,9 @@ TEST(Suite, ShardsMergeIntoTheWholeRun) {
 
 TEST(Suite, CheckGatesOnWhatGotWorseAgainstTheBaseline) {
     TempDir files;
-    const std::string shader = "#version 300 es\nprecision mediump float;\nin vec2 v;\nout vec4 c;\n"
-                               "void main() { c = vec4(v, 0.0, 1.0)WORK; }\n";
+    const std::string shader =
+        "#version 300 es\nprecision mediump float;\nin vec2 v;\nout vec4 c;\n"
+        "void main() { c = vec4(v, 0.0, 1.0)WORK; }\n";
     auto write = [&](const std::string& name, const std::string& work) {
         std::string text = shader;
         text.replace(text.find("WORK"), 4, work);
@@ -252,7 +256,8 @@ TEST(Suite, CheckGatesOnWhatGotWorseAgainstTheBaseline) {
     RunResult failing = check({});
     EXPECT_EQ(failing.status, 1);
     EXPECT_TRUE(contains(failing.out, "1 added, 0 removed, 1 newly failing")) << failing.out;
-    EXPECT_TRUE(contains(failing.out, "Newly failing:\n  set/b.frag on Koro-N68: 0:5: 'undefined_thing'")) << failing.out;
+    EXPECT_TRUE(contains(failing.out, "Newly failing:\n  set/b.frag on Koro-N68: 0:5: 'undefined_thing'"))
+        << failing.out;
 
     files.write("not-results.json", "{}");
     RunResult unusable = run_shadex_suite({"diff", "base.json", "not-results.json"}, here);
@@ -267,7 +272,10 @@ TEST(Suite, SarifPutsEachFindingAtItsFileAndLine) {
     files.write("list.txt", "-f a.frag b.frag\n-c Koro-N68 a.frag\n");
     RunOptions here;
     here.working_dir = files.path();
-    ASSERT_EQ(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "--sarif", "out.sarif", "-o", "r.json", "@list.txt"}, here).status, 0);
+    ASSERT_EQ(
+        run_shadex_suite({"run", "-q", "-c", "Koro-N68", "--sarif", "out.sarif", "-o", "r.json", "@list.txt"}, here)
+            .status,
+        0);
     json sarif = json::parse(read_file(files.file("out.sarif")));
     EXPECT_EQ(sarif["version"], "2.1.0");
     std::vector<std::string> found;

@@ -25,8 +25,7 @@ const std::string RELAXED_WARNING =
     "WARNING: X0003: GLSL to SPIR-V conversion required relaxed syntax and semantic checks";
 
 std::string fragment_shader(const std::string& function, const std::string& body) {
-    return "#version 450\nlayout(location = 0) out vec4 color;\nvoid " + function + "() {\n" +
-           body + "\n}\n";
+    return "#version 450\nlayout(location = 0) out vec4 color;\nvoid " + function + "() {\n" + body + "\n}\n";
 }
 
 std::vector<std::string> lines_starting(const std::string& text, const std::string& prefix) {
@@ -58,8 +57,7 @@ protected:
 
     // The conversion cleans up after itself on every path.
     void TearDown() override {
-        for (const auto& entry : fs::directory_iterator(temp.path()))
-            ADD_FAILURE() << "left behind: " << entry.path();
+        for (const auto& entry : fs::directory_iterator(temp.path())) ADD_FAILURE() << "left behind: " << entry.path();
     }
 
     // Removes the link first: writing through it would overwrite the build's copy.
@@ -111,8 +109,7 @@ TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
 
     std::vector<std::string> errors = lines_starting(result.out, "ERROR: ");
     ASSERT_EQ(errors.size(), 2u) << result.out;
-    EXPECT_EQ(errors[0].rfind("ERROR: 0:4: X0000: 'undefined_one' : undeclared identifier", 0), 0u)
-        << errors[0];
+    EXPECT_EQ(errors[0].rfind("ERROR: 0:4: X0000: 'undefined_one' : undeclared identifier", 0), 0u) << errors[0];
     EXPECT_EQ(errors[1].rfind("ERROR: 0:4: X0000: 'assign' : ", 0), 0u) << errors[1];
     EXPECT_TRUE(compile_calls().empty());
 }
@@ -131,17 +128,18 @@ TEST_F(VulkanGlsl, UntrustedValidatorIsRefused) {
     std::string banner = lines_starting(run_program(PACKAGED_VALIDATOR, {"-v"}).out, "").front();
     files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
     const std::optional<std::string> validators[] = {
-        std::nullopt,                                   // not there at all
-        "echo 'Glslang Version: 11:14.0.0'\n",          // another release
-        "echo ' " + banner + "'\n",                     // banner not at the start
-        "echo '" + banner + "'\nexit 1\n",              // right banner, failing
+        std::nullopt,                           // not there at all
+        "echo 'Glslang Version: 11:14.0.0'\n",  // another release
+        "echo ' " + banner + "'\n",             // banner not at the start
+        "echo '" + banner + "'\nexit 1\n",      // right banner, failing
     };
     for (const auto& script : validators) {
         replace_validator(script);
         RunResult result = run({"--vulkan", "-f", "shader.frag"});
         EXPECT_EQ(result.status, 2) << script.value_or("missing");
         EXPECT_NE(result.err.find("\nERROR: Packaged glslang binary not found\n"), std::string::npos)
-            << script.value_or("missing") << "\n" << result.err;
+            << script.value_or("missing") << "\n"
+            << result.err;
     }
     EXPECT_TRUE(compile_calls().empty());
 }
@@ -149,12 +147,11 @@ TEST_F(VulkanGlsl, UntrustedValidatorIsRefused) {
 TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     // A pass-through that logs each call's arguments, tab-separated, one call a line.
     const std::string args_log = files.file("validator-args.log");
-    replace_validator("for arg in \"$@\"; do printf '%s\\t' \"$arg\"; done >> '" + args_log +
-                      "'\necho >> '" + args_log + "'\nexec '" + PACKAGED_VALIDATOR + "' \"$@\"\n");
+    replace_validator("for arg in \"$@\"; do printf '%s\\t' \"$arg\"; done >> '" + args_log + "'\necho >> '" +
+                      args_log + "'\nexec '" + PACKAGED_VALIDATOR + "' \"$@\"\n");
     files.write("tint.frag", fragment_shader("main", "    color = TINT;"));
-    const std::vector<std::string> defines = {
-        "X=$(touch PWNED)", "Y=1; touch PWNED", "Q=\"it's\" `touch PWNED`",
-        "TINT=vec4(0.25, 0.5, 0.75, 1.0)"};
+    const std::vector<std::string> defines = {"X=$(touch PWNED)", "Y=1; touch PWNED", "Q=\"it's\" `touch PWNED`",
+                                              "TINT=vec4(0.25, 0.5, 0.75, 1.0)"};
     std::vector<std::string> args = {"--vulkan", "-f", "tint.frag"};
     for (const auto& define : defines) args.insert(args.end(), {"-D", define});
 
@@ -182,20 +179,17 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
     RunResult named = run({"--vulkan", "-f", "shade.frag", "-n", name});
     EXPECT_EQ(named.status, 2);
-    EXPECT_NE(named.err.find("Specified shader stage does not match SPIR-V binary."),
-              std::string::npos)
-        << named.err;
+    EXPECT_NE(named.err.find("Specified shader stage does not match SPIR-V binary."), std::string::npos) << named.err;
     calls = lines_starting(read_file(args_log), "-V\t");
     ASSERT_EQ(calls.size(), 2u);
-    EXPECT_NE(calls[1].find("\t--source-entrypoint\t" + name + "\t-e\tmain\t-s\t"),
-              std::string::npos)
-        << calls[1];
+    EXPECT_NE(calls[1].find("\t--source-entrypoint\t" + name + "\t-e\tmain\t-s\t"), std::string::npos) << calls[1];
 
     // An include, or -I, appends the source's directory and each -I, last.
     files.write("inc/tint.h", "#define TINT vec4(1.0)\n");
-    files.write("incl.frag", "#version 450\n#extension GL_GOOGLE_include_directive : require\n"
-                             "#include <tint.h>\nlayout(location = 0) out vec4 color;\n"
-                             "void main() { color = TINT; }\n");
+    files.write("incl.frag",
+                "#version 450\n#extension GL_GOOGLE_include_directive : require\n"
+                "#include <tint.h>\nlayout(location = 0) out vec4 color;\n"
+                "void main() { color = TINT; }\n");
     EXPECT_EQ(run({"--vulkan", "-f", "incl.frag", "-I", "inc", "-D", "A"}).status, 0);
     calls = lines_starting(read_file(args_log), "-V\t");
     ASSERT_EQ(calls.size(), 3u);

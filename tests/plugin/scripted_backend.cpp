@@ -158,14 +158,11 @@ bool free_storage(shadex_u32 id) { return live_records().erase(id) > 0; }
 
 std::string library_path() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&library_path), &info) && info.dli_fname)
-        return info.dli_fname;
+    if (dladdr(reinterpret_cast<void*>(&library_path), &info) && info.dli_fname) return info.dli_fname;
     return "scripted_backend";
 }
 
-void log_line(const std::string& line) {
-    std::ofstream(library_path() + ".log", std::ios::app) << line << '\n';
-}
+void log_line(const std::string& line) { std::ofstream(library_path() + ".log", std::ios::app) << line << '\n'; }
 
 size_t logged_calls(const std::string& entry) {
     std::ifstream log(library_path() + ".log");
@@ -216,8 +213,7 @@ void read_answer_line(CompileAnswer& answer, const std::string& word, const std:
 }
 
 void read_scenario_line(Scenario& scenario, const std::string& word, const std::string& rest,
-                        const std::vector<std::string>& fields,
-                        const std::function<void()>& wrong) {
+                        const std::vector<std::string>& fields, const std::function<void()>& wrong) {
     if (word == "api") {
         std::istringstream numbers(rest);
         if (!(numbers >> scenario.api_major >> scenario.api_minor)) wrong();
@@ -286,10 +282,14 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
     char hex[8];
     for (size_t i = 0; i < length; ++i) {
         unsigned char c = static_cast<unsigned char>(bytes[i]);
-        if (c == '\n') text += "\\n";
-        else if (c == '\t') text += "\\t";
-        else if (c == '\\') text += "\\\\";
-        else if (c >= 0x20 && c < 0x7f) text += static_cast<char>(c);
+        if (c == '\n')
+            text += "\\n";
+        else if (c == '\t')
+            text += "\\t";
+        else if (c == '\\')
+            text += "\\\\";
+        else if (c >= 0x20 && c < 0x7f)
+            text += static_cast<char>(c);
         else {
             std::snprintf(hex, sizeof(hex), "\\x%02x", c);
             text += hex;
@@ -300,8 +300,7 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
 
 [[maybe_unused]] std::string text_or_null(const char* text) { return text ? text : "<null>"; }
 
-void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible_list& list,
-               bool odd) {
+void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible_list& list, bool odd) {
     for (const Pair& pair : pairs) {
         storage.pointers.push_back(storage.keep(pair.key));
         storage.pointers.push_back(storage.keep(pair.value));
@@ -312,8 +311,8 @@ void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible
 }
 
 [[maybe_unused]] bool answer_applies(const CompileAnswer& answer,
-                    const std::vector<std::pair<std::string, std::string>>& options,
-                    const std::string& source) {
+                                     const std::vector<std::pair<std::string, std::string>>& options,
+                                     const std::string& source) {
     for (const auto& condition : answer.option_conditions) {
         bool sent = false;
         for (const auto& option : options) sent = sent || option == condition;
@@ -324,9 +323,7 @@ void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible
     return true;
 }
 
-void release(const char* entry, shadex_u32 id) {
-    log_line(std::string(entry) + (free_storage(id) ? "" : "\tunknown"));
-}
+void release(const char* entry, shadex_u32 id) { log_line(std::string(entry) + (free_storage(id) ? "" : "\tunknown")); }
 
 }  // namespace
 
@@ -390,8 +387,7 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
     Scenario scenario = read_scenario();
     std::vector<std::pair<std::string, std::string>> options;
     for (shadex_u32 i = 0; i + 1 < inputs->options.count; i += 2)
-        options.emplace_back(text_or_null(inputs->options.entries[i]),
-                             text_or_null(inputs->options.entries[i + 1]));
+        options.emplace_back(text_or_null(inputs->options.entries[i]), text_or_null(inputs->options.entries[i + 1]));
 
     const char* bytes = static_cast<const char*>(inputs->source);
     size_t length = bytes ? std::strlen(bytes) : 0;
@@ -432,11 +428,9 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
         }
     }
     for (const auto& pointers : storage->variant_pointers)
-        storage->variants.push_back(
-            {static_cast<shadex_u32>(pointers.size()), 0, pointers.data()});
+        storage->variants.push_back({static_cast<shadex_u32>(pointers.size()), 0, pointers.data()});
     for (const auto& error : answer->errors) storage->errors.push_back(storage->keep(error));
-    for (const auto& warning : answer->warnings)
-        storage->warnings.push_back(storage->keep(warning));
+    for (const auto& warning : answer->warnings) storage->warnings.push_back(storage->keep(warning));
     outputs->variant_count = static_cast<shadex_u32>(storage->variants.size());
     outputs->variants = storage->variants.data();
     outputs->error_count = static_cast<shadex_u32>(storage->errors.size());
@@ -447,6 +441,4 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
 }
 #endif
 
-void shadex_release_outputs(shadex_outputs* outputs) {
-    release("release_outputs", outputs->padding0_);
-}
+void shadex_release_outputs(shadex_outputs* outputs) { release("release_outputs", outputs->padding0_); }

@@ -10,22 +10,18 @@ std::string scripted_backend_library(ScriptedVariant variant) {
     switch (variant) {
         case ScriptedVariant::NoCoreSpecific:
             return (full.parent_path() / "libscripted_backend_no_core_specific.so").string();
-        case ScriptedVariant::NoCompile:
-            return (full.parent_path() / "libscripted_backend_no_compile.so").string();
-        case ScriptedVariant::Full:
-            break;
+        case ScriptedVariant::NoCompile: return (full.parent_path() / "libscripted_backend_no_compile.so").string();
+        case ScriptedVariant::Full: break;
     }
     return full.string();
 }
 
-std::string install_scripted_backend(const std::string& root, const std::string& subdir,
-                                     const std::string& file_name, const std::string& scenario,
-                                     ScriptedVariant variant) {
+std::string install_scripted_backend(const std::string& root, const std::string& subdir, const std::string& file_name,
+                                     const std::string& scenario, ScriptedVariant variant) {
     fs::path dir = subdir.empty() ? fs::path(root) : fs::path(root) / subdir;
     fs::create_directories(dir);
     fs::path library = dir / file_name;
-    fs::copy_file(scripted_backend_library(variant), library,
-                  fs::copy_options::overwrite_existing);
+    fs::copy_file(scripted_backend_library(variant), library, fs::copy_options::overwrite_existing);
     std::ofstream(library.string() + ".scenario", std::ios::binary) << scenario;
     return library.string();
 }
@@ -52,8 +48,7 @@ size_t count_calls(const std::vector<std::string>& log, const std::string& entry
 std::string release_problems(const std::vector<std::string>& log) {
     std::string problems;
     for (const std::string& line : log)
-        if (line.find("\tunknown") != std::string::npos ||
-            line.find("scenario_error") != std::string::npos)
+        if (line.find("\tunknown") != std::string::npos || line.find("scenario_error") != std::string::npos)
             problems += line + "\n";
     auto pair_up = [&](const std::string& get, const std::string& release) {
         size_t handed_out = count_calls(log, get) - count_calls(log, get + "_failed");

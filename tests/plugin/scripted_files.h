@@ -18,9 +18,8 @@ std::string scripted_backend_library(ScriptedVariant variant = ScriptedVariant::
 // Copies the back-end to root/subdir/file_name (subdir may be empty; missing
 // directories are created), writes its scenario beside it and returns the
 // copy's path.
-std::string install_scripted_backend(const std::string& root, const std::string& subdir,
-                                     const std::string& file_name, const std::string& scenario,
-                                     ScriptedVariant variant = ScriptedVariant::Full);
+std::string install_scripted_backend(const std::string& root, const std::string& subdir, const std::string& file_name,
+                                     const std::string& scenario, ScriptedVariant variant = ScriptedVariant::Full);
 
 // The copy's call log, one entry per line; empty when it was never called.
 std::vector<std::string> read_scripted_log(const std::string& library_path);

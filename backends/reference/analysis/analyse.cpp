@@ -24,7 +24,8 @@ constexpr uint32_t UNASSIGNED_STREAM = 65535;
 // Everything in `keep` that `drop` does not hold.
 InstructionMask without(const Program& program, InstructionMask keep, const InstructionMask& drop) {
     program.for_each_instruction([&](size_t fn, size_t b, const Instruction& instruction) {
-        const size_t index = static_cast<size_t>(&instruction - program.module.functions[fn].blocks[b].instructions.data());
+        const size_t index =
+            static_cast<size_t>(&instruction - program.module.functions[fn].blocks[b].instructions.data());
         if (drop.contains(fn, b, index)) keep.set(fn, b, index, false);
     });
     return keep;
@@ -46,7 +47,8 @@ std::string attribute_symbols(const Program& program, const std::vector<uint32_t
         }
         int64_t location = UNASSIGNED_STREAM;
         if (const Decorations* decorations = program.module.decorations_of(id)) {
-            if (decorations->location >= 0 && decorations->location < UNASSIGNED_STREAM) location = decorations->location;
+            if (decorations->location >= 0 && decorations->location < UNASSIGNED_STREAM)
+                location = decorations->location;
         }
         if (!text.empty()) text += ",";
         text += symbol + ":" + std::to_string(location);
@@ -127,8 +129,8 @@ void analyse(const AnalysisRequest& request, const CoreModel& core, AnalysisResu
 
     if (splits_allowed && request.request_idvs && program.is_vertex() && !has_side_effects(program)) {
         GeometrySplit split = split_geometry(program);
-        Statistics position = writer.variant(POSITION_VARIANT, pilot ? without(program, split.position, uniform_work)
-                                                                     : split.position, pilot_mask);
+        Statistics position = writer.variant(
+            POSITION_VARIANT, pilot ? without(program, split.position, uniform_work) : split.position, pilot_mask);
         position.emplace_back("position_attribute_symbols",
                               attribute_symbols(program, split.position_inputs, request.vulkan));
         result.variants.push_back(std::move(position));

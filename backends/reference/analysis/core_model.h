@@ -11,10 +11,10 @@ namespace reference {
 
 struct ArchitectureProfile {
     Architecture architecture;
-    bool scalar_lanes;           // one 32-bit lane per thread; otherwise a vec4 ALU per thread
-    bool packs_fp16;             // two 16-bit operations share one 32-bit lane
-    double lanes_per_unit;       // lane operations in one reported arithmetic unit
-    uint32_t work_registers;     // register file per thread before spilling
+    bool scalar_lanes;             // one 32-bit lane per thread; otherwise a vec4 ALU per thread
+    bool packs_fp16;               // two 16-bit operations share one 32-bit lane
+    double lanes_per_unit;         // lane operations in one reported arithmetic unit
+    uint32_t work_registers;       // register file per thread before spilling
     uint32_t register_components;  // 32-bit components one register holds
 };
 

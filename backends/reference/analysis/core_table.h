@@ -17,11 +17,11 @@ struct CoreRow {
     std::string name;                    // as reported to the program, e.g. "Koro-N1-Ultra"
     std::vector<std::string> revisions;  // e.g. "r0p0"
     Architecture architecture;
-    double arithmetic_rate;              // Tarsel: arithmetic pipes per core (the only rate divided there)
-    uint32_t uniform_registers;          // uniform register file per core
-    int highest_opengles;                // shading language version: 310 or 320
-    int highest_spirv;                   // hundredths; 0 for a core without Vulkan
-    std::vector<std::string> aliases;    // other names the program may send for it
+    double arithmetic_rate;            // Tarsel: arithmetic pipes per core (the only rate divided there)
+    uint32_t uniform_registers;        // uniform register file per core
+    int highest_opengles;              // shading language version: 310 or 320
+    int highest_spirv;                 // hundredths; 0 for a core without Vulkan
+    std::vector<std::string> aliases;  // other names the program may send for it
 };
 
 // Oldest first.

@@ -93,15 +93,13 @@ void CostBuilder::memory_access(uint32_t pointer, uint32_t value_type, bool is_l
     const uint64_t bytes = byte_size(module_, value_type);
     const PointerInfo info = program_.trace_pointer(pointer);
     switch (program_.memory_kind(pointer)) {
-        case MemoryKind::Memory: case MemoryKind::Stack:
-            add(PipeLS, messages(bytes));
-            break;
+        case MemoryKind::Memory:
+        case MemoryKind::Stack: add(PipeLS, messages(bytes)); break;
         case MemoryKind::ConstantTable:
             // Its one store is the table itself; entries at constant indices fold.
             if (is_load && info.dynamic_index) add(PipeLS, messages(bytes));
             break;
-        case MemoryKind::Input:
-            break;  // fetched once per component, wherever it is read (input_fetches.h)
+        case MemoryKind::Input: break;  // fetched once per component, wherever it is read (input_fetches.h)
         case MemoryKind::Output:
             // Fragment outputs go to the tile buffer; reading them back is a
             // framebuffer fetch. Other stages write their outputs to memory.
@@ -112,8 +110,7 @@ void CostBuilder::memory_access(uint32_t pointer, uint32_t value_type, bool is_l
             // ways: a load/store message to the on-chip tile buffer.
             add(PipeLS, messages(bytes));
             break;
-        default:
-            break;
+        default: break;
     }
 }
 
@@ -146,16 +143,12 @@ void CostBuilder::extended() {
     const uint32_t argument = operand_type(2);
     const uint64_t argument_width = vector_width(module_, argument);
     switch (recipe.shape) {
-        case RecipeShape::Elementwise:
-            elementwise(result, recipe.fma, recipe.cvt, recipe.sfu);
-            break;
+        case RecipeShape::Elementwise: elementwise(result, recipe.fma, recipe.cvt, recipe.sfu); break;
         case RecipeShape::Geometric:
             arithmetic(PipeFMA, argument_width, recipe.fma);
             arithmetic(PipeSFU, 1, recipe.sfu);
             break;
-        case RecipeShape::Cross:
-            arithmetic(PipeFMA, 3, 2);
-            break;
+        case RecipeShape::Cross: arithmetic(PipeFMA, 3, 2); break;
         case RecipeShape::Determinant: {
             const uint64_t order = matrix_columns(module_, argument);
             arithmetic(PipeFMA, order, order);
@@ -170,17 +163,12 @@ void CostBuilder::extended() {
         case RecipeShape::Interpolate:
             if (program_.is_fragment()) add(PipeV, static_cast<double>(vector_width(module_, result)));
             break;
-        case RecipeShape::Load:
-            add(PipeLS, messages(byte_size(module_, result) / (recipe.half_data ? 2 : 1)));
-            break;
+        case RecipeShape::Load: add(PipeLS, messages(byte_size(module_, result) / (recipe.half_data ? 2 : 1))); break;
         case RecipeShape::Store:
             add(PipeLS, messages(byte_size(module_, argument) / (recipe.half_data ? 2 : 1)));
             break;
-        case RecipeShape::Message:
-            add(PipeLS, ATOMIC_MESSAGES);
-            break;
-        case RecipeShape::Free:
-            break;
+        case RecipeShape::Message: add(PipeLS, ATOMIC_MESSAGES); break;
+        case RecipeShape::Free: break;
     }
 }
 
@@ -193,9 +181,9 @@ InstructionCost CostBuilder::build() {
         return cost_;
     }
     switch (op) {
-        case OpAny: case OpAll: case OpDot:
-            arithmetic(PipeFMA, vector_width(module_, operand_type(0)), 1);
-            break;
+        case OpAny:
+        case OpAll:
+        case OpDot: arithmetic(PipeFMA, vector_width(module_, operand_type(0)), 1); break;
         case OpMatrixTimesVector:
             arithmetic(PipeFMA, vector_width(module_, result), matrix_columns(module_, operand_type(0)));
             break;
@@ -206,33 +194,34 @@ InstructionCost CostBuilder::build() {
             arithmetic(PipeFMA, vector_width(module_, result),
                        uint64_t(matrix_columns(module_, result)) * matrix_columns(module_, operand_type(0)));
             break;
-        case OpVectorExtractDynamic:
-            arithmetic(PipeCVT, vector_width(module_, operand_type(0)), 1);
-            break;
+        case OpVectorExtractDynamic: arithmetic(PipeCVT, vector_width(module_, operand_type(0)), 1); break;
         case OpLoad:
             if (!ops.empty()) memory_access(ops[0], result, true);
             break;
         case OpStore:
             if (ops.size() >= 2) memory_access(ops[0], module_.value_type(ops[1]), false);
             break;
-        case OpCopyMemory: case OpCopyMemorySized:
+        case OpCopyMemory:
+        case OpCopyMemorySized:
             if (ops.size() >= 2) {
                 const uint32_t pointee = pointee_type(module_, module_.value_type(ops[0]));
                 memory_access(ops[1], pointee, true);
                 memory_access(ops[0], pointee, false);
             }
             break;
-        case OpImageRead: case OpImageWrite: case OpImageSparseRead: case OpColorAttachmentReadEXT:
-        case OpDepthAttachmentReadEXT: case OpStencilAttachmentReadEXT:
-            add(PipeLS, 1.0);
-            break;
-        case OpAtomicFlagTestAndSet: case OpAtomicFlagClear: case OpAtomicFMinEXT: case OpAtomicFMaxEXT:
-        case OpAtomicFAddEXT: case OpGroupAsyncCopy:
-            add(PipeLS, ATOMIC_MESSAGES);
-            break;
-        case OpExtInst:
-            extended();
-            break;
+        case OpImageRead:
+        case OpImageWrite:
+        case OpImageSparseRead:
+        case OpColorAttachmentReadEXT:
+        case OpDepthAttachmentReadEXT:
+        case OpStencilAttachmentReadEXT: add(PipeLS, 1.0); break;
+        case OpAtomicFlagTestAndSet:
+        case OpAtomicFlagClear:
+        case OpAtomicFMinEXT:
+        case OpAtomicFMaxEXT:
+        case OpAtomicFAddEXT:
+        case OpGroupAsyncCopy: add(PipeLS, ATOMIC_MESSAGES); break;
+        case OpExtInst: extended(); break;
         default:
             if (op >= OpAtomicLoad && op <= OpAtomicXor) {
                 add(PipeLS, ATOMIC_MESSAGES);
@@ -256,8 +245,7 @@ bool is_half_precision(const Program& program, const Instruction& instruction) {
     if (instruction.result_id == 0) return false;
     if (half(instruction.result_id, instruction.type_id)) return true;
     // A comparison takes the precision of what it compares.
-    if (!is_boolean(module, instruction.type_id) || instruction.operands.empty() ||
-        instruction.opcode == OpExtInst) {
+    if (!is_boolean(module, instruction.type_id) || instruction.operands.empty() || instruction.opcode == OpExtInst) {
         return false;
     }
     const uint32_t first = instruction.operands[0];

@@ -25,9 +25,12 @@ Relation relation_of(uint16_t opcode) {
     switch (opcode) {
         case OpIEqual: return Relation::Equal;
         case OpINotEqual: return Relation::NotEqual;
-        case OpUGreaterThan: case OpSGreaterThan: return Relation::Greater;
-        case OpUGreaterThanEqual: case OpSGreaterThanEqual: return Relation::GreaterEqual;
-        case OpULessThan: case OpSLessThan: return Relation::Less;
+        case OpUGreaterThan:
+        case OpSGreaterThan: return Relation::Greater;
+        case OpUGreaterThanEqual:
+        case OpSGreaterThanEqual: return Relation::GreaterEqual;
+        case OpULessThan:
+        case OpSLessThan: return Relation::Less;
         default: return Relation::LessEqual;
     }
 }
@@ -92,7 +95,8 @@ std::optional<Counter> counter_of(const Module& module, uint32_t id, size_t func
         return std::nullopt;
     }
     const Instruction* phi = module.definition(id);
-    if (phi == nullptr || phi->opcode != OpPhi || phi->operands.size() != 4 || scalar_bits(module, phi->type_id) != 32) {
+    if (phi == nullptr || phi->opcode != OpPhi || phi->operands.size() != 4 ||
+        scalar_bits(module, phi->type_id) != 32) {
         return std::nullopt;
     }
     for (size_t side = 0; side < 2; ++side) {
@@ -105,8 +109,10 @@ std::optional<Counter> counter_of(const Module& module, uint32_t id, size_t func
         const uint32_t a = stepped->operands[0];
         const uint32_t b = stepped->operands[1];
         std::optional<int64_t> step;
-        if (a == id) step = constant_int32(module, b);
-        else if (b == id && stepped->opcode == OpIAdd) step = constant_int32(module, a);
+        if (a == id)
+            step = constant_int32(module, b);
+        else if (b == id && stepped->opcode == OpIAdd)
+            step = constant_int32(module, a);
         if (step) return Counter{*start, stepped->opcode == OpISub ? -*step : *step};
     }
     return std::nullopt;
@@ -162,8 +168,7 @@ std::optional<uint64_t> counted_iterations(uint16_t comparison, bool counter_on_
             if (delta == 0 || (limit - value) % delta != 0 || (limit - value) / delta <= 0) return std::nullopt;
             more = (limit - value) / delta;
             break;
-        case Relation::Equal:
-            return std::nullopt;  // still equal after many steps: the step is zero
+        case Relation::Equal: return std::nullopt;  // still equal after many steps: the step is zero
     }
     return STEPPED + static_cast<uint64_t>(more);
 }

@@ -25,14 +25,62 @@ bool is_constant_declaration(uint16_t opcode) {
 
 // Function-body opcodes that never produce a result.
 bool never_has_result(uint16_t opcode) {
-    static const std::unordered_set<uint16_t> opcodes = {
-        0,    OpLine, OpNoLine, OpStore, OpCopyMemory, OpCopyMemorySized, OpImageWrite, 218,
-        219,  220,    221,      224,     225,          228,               OpLoopMerge,  OpSelectionMerge,
-        OpBranch, OpBranchConditional, OpSwitch, OpKill, OpReturn, OpReturnValue, OpUnreachable,
-        OpLifetimeStart, OpLifetimeStop, 260, 280, 281, 287, 288, 297, 298, 301, 302,
-        OpAtomicFlagClear, 329, OpTerminateInvocation, 4426, 4445, 4446, OpIgnoreIntersectionKHR,
-        OpTerminateRayKHR, 4458, OpEmitMeshTasksEXT, 5295, 5299, OpIgnoreIntersectionNV,
-        OpTerminateRayNV, 5337, 5338, 5339, 5344, 5364, 5365, OpDemoteToHelperInvocation, 5630};
+    static const std::unordered_set<uint16_t> opcodes = {0,
+                                                         OpLine,
+                                                         OpNoLine,
+                                                         OpStore,
+                                                         OpCopyMemory,
+                                                         OpCopyMemorySized,
+                                                         OpImageWrite,
+                                                         218,
+                                                         219,
+                                                         220,
+                                                         221,
+                                                         224,
+                                                         225,
+                                                         228,
+                                                         OpLoopMerge,
+                                                         OpSelectionMerge,
+                                                         OpBranch,
+                                                         OpBranchConditional,
+                                                         OpSwitch,
+                                                         OpKill,
+                                                         OpReturn,
+                                                         OpReturnValue,
+                                                         OpUnreachable,
+                                                         OpLifetimeStart,
+                                                         OpLifetimeStop,
+                                                         260,
+                                                         280,
+                                                         281,
+                                                         287,
+                                                         288,
+                                                         297,
+                                                         298,
+                                                         301,
+                                                         302,
+                                                         OpAtomicFlagClear,
+                                                         329,
+                                                         OpTerminateInvocation,
+                                                         4426,
+                                                         4445,
+                                                         4446,
+                                                         OpIgnoreIntersectionKHR,
+                                                         OpTerminateRayKHR,
+                                                         4458,
+                                                         OpEmitMeshTasksEXT,
+                                                         5295,
+                                                         5299,
+                                                         OpIgnoreIntersectionNV,
+                                                         OpTerminateRayNV,
+                                                         5337,
+                                                         5338,
+                                                         5339,
+                                                         5344,
+                                                         5364,
+                                                         5365,
+                                                         OpDemoteToHelperInvocation,
+                                                         5630};
     return opcodes.count(opcode) > 0;
 }
 
@@ -227,15 +275,20 @@ uint16_t without_residency(uint16_t opcode) {
 
 int image_operands_position(uint16_t opcode) {
     switch (without_residency(opcode)) {
-        case OpImageSampleImplicitLod: case OpImageSampleExplicitLod: case OpImageSampleProjImplicitLod:
-        case OpImageSampleProjExplicitLod: case OpImageFetch: case OpImageRead:
-            return 2;
-        case OpImageSampleDrefImplicitLod: case OpImageSampleDrefExplicitLod:
-        case OpImageSampleProjDrefImplicitLod: case OpImageSampleProjDrefExplicitLod:
-        case OpImageGather: case OpImageDrefGather: case OpImageWrite:
-            return 3;
-        default:
-            return -1;
+        case OpImageSampleImplicitLod:
+        case OpImageSampleExplicitLod:
+        case OpImageSampleProjImplicitLod:
+        case OpImageSampleProjExplicitLod:
+        case OpImageFetch:
+        case OpImageRead: return 2;
+        case OpImageSampleDrefImplicitLod:
+        case OpImageSampleDrefExplicitLod:
+        case OpImageSampleProjDrefImplicitLod:
+        case OpImageSampleProjDrefExplicitLod:
+        case OpImageGather:
+        case OpImageDrefGather:
+        case OpImageWrite: return 3;
+        default: return -1;
     }
 }
 
@@ -251,8 +304,7 @@ const Instruction* Module::definition(uint32_t id) const {
     if (where.function >= functions.size()) return nullptr;
     const Function& function = functions[where.function];
     if (where.block == SIZE_MAX) {
-        return where.instruction < function.parameters.size() ? &function.parameters[where.instruction]
-                                                              : nullptr;
+        return where.instruction < function.parameters.size() ? &function.parameters[where.instruction] : nullptr;
     }
     if (where.block >= function.blocks.size()) return nullptr;
     const Block& block = function.blocks[where.block];
@@ -269,9 +321,7 @@ uint32_t Module::value_type(uint32_t id) const {
     return found == value_types.end() ? 0 : found->second;
 }
 
-bool Module::is_constant(uint32_t id) const {
-    return constants.count(id) > 0;
-}
+bool Module::is_constant(uint32_t id) const { return constants.count(id) > 0; }
 
 Module parse_module(const std::vector<uint32_t>& input, std::string& error) {
     Module module;
@@ -300,13 +350,20 @@ Module parse_module(const std::vector<uint32_t>& input, std::string& error) {
 
 bool is_block_terminator(uint16_t opcode) {
     switch (opcode) {
-        case OpBranch: case OpBranchConditional: case OpSwitch: case OpKill: case OpReturn:
-        case OpReturnValue: case OpUnreachable: case OpTerminateInvocation:
-        case OpIgnoreIntersectionKHR: case OpTerminateRayKHR: case OpEmitMeshTasksEXT:
-        case OpIgnoreIntersectionNV: case OpTerminateRayNV:
-            return true;
-        default:
-            return false;
+        case OpBranch:
+        case OpBranchConditional:
+        case OpSwitch:
+        case OpKill:
+        case OpReturn:
+        case OpReturnValue:
+        case OpUnreachable:
+        case OpTerminateInvocation:
+        case OpIgnoreIntersectionKHR:
+        case OpTerminateRayKHR:
+        case OpEmitMeshTasksEXT:
+        case OpIgnoreIntersectionNV:
+        case OpTerminateRayNV: return true;
+        default: return false;
     }
 }
 
@@ -351,31 +408,31 @@ std::vector<uint32_t> value_operands(const Instruction& instruction) {
     const uint16_t op = instruction.opcode;
     if (op == OpLoopMerge || op == OpSelectionMerge || op == OpBranch) return {};
     switch (op) {
-        case OpLoad: case OpCompositeExtract: case OpArrayLength: case OpGenericCastToPtrExplicit:
-        case OpBranchConditional: case OpSwitch: case OpReturnValue:
-            return take({0});
-        case OpStore: case OpCompositeInsert: case OpVectorShuffle: case OpCopyMemory:
-            return take({0, 1});
-        case OpCopyMemorySized:
-            return take({0, 1, 2});
-        case OpVariable:
-            return take({1});
-        case OpFunctionCall:
-            return all_but(0, 1);
-        case OpExtInst:
-            return all_but(0, 2);
+        case OpLoad:
+        case OpCompositeExtract:
+        case OpArrayLength:
+        case OpGenericCastToPtrExplicit:
+        case OpBranchConditional:
+        case OpSwitch:
+        case OpReturnValue: return take({0});
+        case OpStore:
+        case OpCompositeInsert:
+        case OpVectorShuffle:
+        case OpCopyMemory: return take({0, 1});
+        case OpCopyMemorySized: return take({0, 1, 2});
+        case OpVariable: return take({1});
+        case OpFunctionCall: return all_but(0, 1);
+        case OpExtInst: return all_but(0, 2);
         case OpPhi: {
             std::vector<uint32_t> ids;
             for (size_t at = 0; at < ops.size(); at += 2) ids.push_back(ops[at]);
             return ids;
         }
-        default:
-            break;
+        default: break;
     }
     const int mask_at = image_operands_position(op);
     if (mask_at >= 0) return all_but(static_cast<size_t>(mask_at), 1);
-    if ((op >= OpGroupNonUniformIAdd && op <= OpGroupNonUniformLogicalXor) ||
-        op == OpGroupNonUniformBallotBitCount) {
+    if ((op >= OpGroupNonUniformIAdd && op <= OpGroupNonUniformLogicalXor) || op == OpGroupNonUniformBallotBitCount) {
         return all_but(1, 1);  // the group operation is a literal
     }
     return ops;

@@ -15,8 +15,8 @@ namespace reference {
 
 struct Instruction {
     uint16_t opcode = 0;
-    uint32_t type_id = 0;    // 0 when the instruction has no result type
-    uint32_t result_id = 0;  // 0 when the instruction has no result
+    uint32_t type_id = 0;            // 0 when the instruction has no result type
+    uint32_t result_id = 0;          // 0 when the instruction has no result
     std::vector<uint32_t> operands;  // the words after the result type and id
 };
 

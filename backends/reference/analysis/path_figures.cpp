@@ -21,12 +21,16 @@ constexpr double INF = std::numeric_limits<double>::infinity();
 bool ends_invocation(const Block& block) {
     if (block.instructions.empty()) return false;
     switch (block.instructions.back().opcode) {
-        case OpReturn: case OpReturnValue: case OpKill: case OpTerminateInvocation:
-        case OpIgnoreIntersectionKHR: case OpTerminateRayKHR: case OpEmitMeshTasksEXT:
-        case OpIgnoreIntersectionNV: case OpTerminateRayNV:
-            return true;
-        default:
-            return false;
+        case OpReturn:
+        case OpReturnValue:
+        case OpKill:
+        case OpTerminateInvocation:
+        case OpIgnoreIntersectionKHR:
+        case OpTerminateRayKHR:
+        case OpEmitMeshTasksEXT:
+        case OpIgnoreIntersectionNV:
+        case OpTerminateRayNV: return true;
+        default: return false;
     }
 }
 
@@ -158,9 +162,7 @@ private:
         }
     }
 
-    bool in_region(int region, size_t block) const {
-        return region < 0 || forest_.contains(region, block);
-    }
+    bool in_region(int region, size_t block) const { return region < 0 || forest_.contains(region, block); }
 
     // The loop directly inside `region` that holds the block, or -1 when the
     // block belongs to the region itself.
@@ -219,8 +221,8 @@ private:
         if (ends_invocation(function_.blocks[b])) result[END] = Span::zero();
         for (size_t target : flow_.successors[b]) {
             const auto& forward = flow_.forward[b];
-            const bool walked = std::find(forward.begin(), forward.end(), target) != forward.end() ||
-                                forest_.is_back_edge(b, target);
+            const bool walked =
+                std::find(forward.begin(), forward.end(), target) != forward.end() || forest_.is_back_edge(b, target);
             if (walked) result = joined(std::move(result), along(region, b, target));
         }
         for (Span& span : result) {

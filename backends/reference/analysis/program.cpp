@@ -71,7 +71,8 @@ Program::Program(const Module& module_in, const ArchitectureProfile& profile_in,
         if (!pointer.dynamic_index || pointer.root == 0) return;
         const uint32_t root_type = module.value_type(pointer.root);
         const uint32_t storage = pointer_storage_class(module, root_type);
-        if ((storage == StorageFunction || storage == StoragePrivate) && holds_array(module, pointee_type(module, root_type))) {
+        if ((storage == StorageFunction || storage == StoragePrivate) &&
+            holds_array(module, pointee_type(module, root_type))) {
             stack_variables.insert(pointer.root);
         }
     });
@@ -99,8 +100,8 @@ void Program::find_constant_tables() {
             for (size_t at = 1; at < ops.size(); ++at) written.insert(trace_pointer(ops[at]).root);
             return;
         }
-        const bool writes = op == OpStore || op == OpCopyMemory || op == OpCopyMemorySized ||
-                            (op >= OpAtomicLoad && op <= OpAtomicXor);
+        const bool writes =
+            op == OpStore || op == OpCopyMemory || op == OpCopyMemorySized || (op >= OpAtomicLoad && op <= OpAtomicXor);
         if (!writes || ops.empty()) return;
         const uint32_t root = trace_pointer(ops[0]).root;
         auto initialisation = initialisations.find(root);
@@ -127,12 +128,14 @@ PointerInfo Program::trace_pointer(uint32_t pointer) const {
         if (definition == nullptr || definition->operands.empty()) return info;
         const auto& ops = definition->operands;
         switch (definition->opcode) {
-            case OpVariable: case OpFunctionParameter:
-                info.root = current;
-                return info;
-            case OpAccessChain: case OpInBoundsAccessChain: case OpPtrAccessChain: case OpInBoundsPtrAccessChain: {
-                const bool element_first = definition->opcode == OpPtrAccessChain ||
-                                           definition->opcode == OpInBoundsPtrAccessChain;
+            case OpVariable:
+            case OpFunctionParameter: info.root = current; return info;
+            case OpAccessChain:
+            case OpInBoundsAccessChain:
+            case OpPtrAccessChain:
+            case OpInBoundsPtrAccessChain: {
+                const bool element_first =
+                    definition->opcode == OpPtrAccessChain || definition->opcode == OpInBoundsPtrAccessChain;
                 for (size_t at = 1; at < ops.size(); ++at) {
                     if (!module.is_constant(ops[at])) info.dynamic_index = true;
                 }
@@ -144,12 +147,13 @@ PointerInfo Program::trace_pointer(uint32_t pointer) const {
                 current = ops[0];
                 break;
             }
-            case OpCopyObject: case OpBitcast: case OpPtrCastToGeneric: case OpGenericCastToPtr:
-            case OpGenericCastToPtrExplicit: case OpImageTexelPointer:
-                current = ops[0];
-                break;
-            default:
-                return info;
+            case OpCopyObject:
+            case OpBitcast:
+            case OpPtrCastToGeneric:
+            case OpGenericCastToPtr:
+            case OpGenericCastToPtrExplicit:
+            case OpImageTexelPointer: current = ops[0]; break;
+            default: return info;
         }
     }
     return info;
@@ -246,7 +250,9 @@ bool Program::is_read_only(uint32_t pointer_id) const {
     const ResolvedStorage resolved = resolve_storage(pointer_id);
     if (constant_tables.count(resolved.pointer.root) > 0) return true;
     switch (resolved.storage_class) {
-        case StorageInput: case StorageUniformConstant: case StoragePushConstant: return true;
+        case StorageInput:
+        case StorageUniformConstant:
+        case StoragePushConstant: return true;
         case StorageUniform: return !resolved.buffer_block;
         default: return false;
     }
@@ -261,19 +267,23 @@ MemoryKind Program::memory_kind(uint32_t pointer_id) const {
     switch (storage) {
         case StorageInput: return MemoryKind::Input;
         case StorageOutput: return MemoryKind::Output;
-        case StorageFunction: case StoragePrivate:
+        case StorageFunction:
+        case StoragePrivate:
             if (constant_tables.count(pointer.root) > 0) return MemoryKind::ConstantTable;
             return stack_variables.count(pointer.root) > 0 ? MemoryKind::Stack : MemoryKind::Register;
-        case StorageUniformConstant: case StoragePushConstant:
-            return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;
+        case StorageUniformConstant:
+        case StoragePushConstant: return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;
         case StorageUniform:
             if (buffer_block) return MemoryKind::Memory;
             return pointer.dynamic_index ? MemoryKind::Memory : MemoryKind::UniformRegister;
-        case StorageWorkgroup: case StorageCrossWorkgroup: case StorageGeneric: case StorageStorageBuffer: case StorageImage:
-        case StoragePhysicalStorageBuffer: case StorageShaderRecordBuffer:
-            return MemoryKind::Memory;
-        default:
-            return MemoryKind::Other;
+        case StorageWorkgroup:
+        case StorageCrossWorkgroup:
+        case StorageGeneric:
+        case StorageStorageBuffer:
+        case StorageImage:
+        case StoragePhysicalStorageBuffer:
+        case StorageShaderRecordBuffer: return MemoryKind::Memory;
+        default: return MemoryKind::Other;
     }
 }
 

@@ -20,10 +20,10 @@
 namespace reference {
 
 struct PointerInfo {
-    uint32_t root = 0;            // the variable or parameter the pointer derives from; 0 if unknown
-    uint32_t storage_class = 0;   // of the pointer itself
-    bool dynamic_index = false;   // some index on the way is not a constant
-    int64_t root_member = -1;     // first constant index applied to the root
+    uint32_t root = 0;           // the variable or parameter the pointer derives from; 0 if unknown
+    uint32_t storage_class = 0;  // of the pointer itself
+    bool dynamic_index = false;  // some index on the way is not a constant
+    int64_t root_member = -1;    // first constant index applied to the root
 };
 
 // Where a load or store really goes on the hardware.

@@ -48,12 +48,10 @@ double value_weight(const Program& program, const Instruction& definition) {
 // its operands live longer than its result saves.
 bool is_movable(const Program& program, const Instruction& instruction) {
     switch (instruction.opcode) {
-        case OpLoad:
-            return !instruction.operands.empty() && program.is_read_only(instruction.operands[0]);
-        case OpAccessChain: case OpInBoundsAccessChain:
-            return true;
-        default:
-            return false;
+        case OpLoad: return !instruction.operands.empty() && program.is_read_only(instruction.operands[0]);
+        case OpAccessChain:
+        case OpInBoundsAccessChain: return true;
+        default: return false;
     }
 }
 

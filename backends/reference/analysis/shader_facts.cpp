@@ -84,7 +84,8 @@ std::vector<std::string> shader_flags(const Program& program) {
             raised.insert("DEPTH_BUFFER_READ");
         } else if (op == OpStencilAttachmentReadEXT) {
             raised.insert("STENCIL_BUFFER_READ");
-        } else if ((op == OpImageRead || op == OpImageSparseRead) && !ops.empty() && is_subpass_image(program, ops[0])) {
+        } else if ((op == OpImageRead || op == OpImageSparseRead) && !ops.empty() &&
+                   is_subpass_image(program, ops[0])) {
             raised.insert("COLOR_BUFFER_READ");
         } else if (op == OpLoad && !ops.empty() && program.is_fragment() &&
                    program.memory_kind(ops[0]) == MemoryKind::Output) {
@@ -108,9 +109,9 @@ std::vector<std::string> shader_flags(const Program& program) {
             }
         }
     });
-    static const char* const ORDER[] = {"HAS_SIDE_EFFECTS",       "HAS_EARLY_FRAGMENT_TESTS", "COLOR_BUFFER_READ",
-                                        "DEPTH_BUFFER_READ",      "STENCIL_BUFFER_READ",      "LOCAL_STORAGE_READ",
-                                        "DEPTH_BUFFER_WRITTEN",   "STENCIL_BUFFER_WRITTEN",   "LOCAL_STORAGE_WRITE",
+    static const char* const ORDER[] = {"HAS_SIDE_EFFECTS",     "HAS_EARLY_FRAGMENT_TESTS", "COLOR_BUFFER_READ",
+                                        "DEPTH_BUFFER_READ",    "STENCIL_BUFFER_READ",      "LOCAL_STORAGE_READ",
+                                        "DEPTH_BUFFER_WRITTEN", "STENCIL_BUFFER_WRITTEN",   "LOCAL_STORAGE_WRITE",
                                         "MODIFIES_COVERAGE"};
     std::vector<std::string> flags;
     for (const char* flag : ORDER) {
@@ -157,10 +158,9 @@ uint64_t uniform_registers(const Program& program, const InstructionMask& varian
         const uint32_t type = module.value_type(id);
         if (is_opaque(module, type)) return;
         // 32-bit words: a 64-bit value or a 64-bit pointer takes two.
-        const uint64_t words = is_pointer(module, type)
-                                   ? (byte_size(module, type) + 3) / 4
-                                   : std::min<uint64_t>(component_count(module, type), 1u << 16) *
-                                         (scalar_bits(module, type) == 64 ? 2 : 1);
+        const uint64_t words = is_pointer(module, type) ? (byte_size(module, type) + 3) / 4
+                                                        : std::min<uint64_t>(component_count(module, type), 1u << 16) *
+                                                              (scalar_bits(module, type) == 64 ? 2 : 1);
         const uint32_t per_register = program.profile.register_components;
         registers += (words + per_register - 1) / per_register;
     };
@@ -177,9 +177,9 @@ uint64_t uniform_registers(const Program& program, const InstructionMask& varian
             const Instruction* definition = module.definition(id);
             if (definition == nullptr) continue;
             auto where = module.definitions.find(id);
-            const bool from_pilot = pilot != nullptr && where->second.block != SIZE_MAX &&
-                                    pilot->contains(where->second.function, where->second.block,
-                                                    where->second.instruction);
+            const bool from_pilot =
+                pilot != nullptr && where->second.block != SIZE_MAX &&
+                pilot->contains(where->second.function, where->second.block, where->second.instruction);
             const bool read_in_place = definition->opcode == OpLoad && !definition->operands.empty() &&
                                        program.memory_kind(definition->operands[0]) == MemoryKind::UniformRegister;
             if (from_pilot || read_in_place) count_value(id);

@@ -19,8 +19,10 @@ struct StageRow {
 const std::vector<StageRow>& stage_rows() {
     static const std::vector<StageRow> rows = {
         {Stage::Vertex, "vertex", "vertex", spv::ExecutionModelVertex},
-        {Stage::TessellationControl, "tessellation_control", "tessellation control", spv::ExecutionModelTessellationControl},
-        {Stage::TessellationEvaluation, "tessellation_evaluation", "tessellation evaluation", spv::ExecutionModelTessellationEvaluation},
+        {Stage::TessellationControl, "tessellation_control", "tessellation control",
+         spv::ExecutionModelTessellationControl},
+        {Stage::TessellationEvaluation, "tessellation_evaluation", "tessellation evaluation",
+         spv::ExecutionModelTessellationEvaluation},
         {Stage::Geometry, "geometry", "geometry", spv::ExecutionModelGeometry},
         {Stage::Fragment, "fragment", "fragment", spv::ExecutionModelFragment},
         {Stage::Compute, "compute", "compute", spv::ExecutionModelGLCompute},

@@ -40,10 +40,13 @@ uint64_t aggregate(const Module& module, uint32_t type_id, int depth, const Scal
     const auto& ops = type->operands;
     uint64_t result = 0;  // runtime arrays, opaque handles, void
     switch (type->opcode) {
-        case OpTypeBool: case OpTypeInt: case OpTypeFloat: case OpTypePointer:
-            result = scalar_weight(*type);
-            break;
-        case OpTypeVector: case OpTypeMatrix: case OpTypeArray:
+        case OpTypeBool:
+        case OpTypeInt:
+        case OpTypeFloat:
+        case OpTypePointer: result = scalar_weight(*type); break;
+        case OpTypeVector:
+        case OpTypeMatrix:
+        case OpTypeArray:
             if (ops.size() >= 2) {
                 result = saturating_multiply(aggregate(module, ops[0], depth + 1, scalar_weight, memo),
                                              type->opcode == OpTypeArray ? array_length(module, *type) : ops[1]);
@@ -54,8 +57,7 @@ uint64_t aggregate(const Module& module, uint32_t type_id, int depth, const Scal
                 result = std::min(SATURATED, result + aggregate(module, member, depth + 1, scalar_weight, memo));
             }
             break;
-        default:
-            break;
+        default: break;
     }
     memo[type_id] = result;
     return result;
@@ -65,7 +67,8 @@ uint64_t aggregate(const Module& module, uint32_t type_id, int depth, const Scal
 
 uint64_t component_count(const Module& module, uint32_t type_id) {
     std::unordered_map<uint32_t, uint64_t> memo;
-    return aggregate(module, type_id, 0, [](const Instruction&) { return uint64_t(1); }, memo);
+    return aggregate(
+        module, type_id, 0, [](const Instruction&) { return uint64_t(1); }, memo);
 }
 
 uint64_t byte_size(const Module& module, uint32_t type_id) {
@@ -101,9 +104,12 @@ uint32_t scalar_bits(const Module& module, uint32_t type_id) {
     const Instruction* type = module.type(type_id);
     for (int depth = 0; type != nullptr && depth < MAX_DEPTH; ++depth) {
         switch (type->opcode) {
-            case OpTypeInt: case OpTypeFloat:
-                return type->operands.empty() ? 32 : type->operands[0];
-            case OpTypeVector: case OpTypeMatrix: case OpTypeArray: case OpTypeRuntimeArray:
+            case OpTypeInt:
+            case OpTypeFloat: return type->operands.empty() ? 32 : type->operands[0];
+            case OpTypeVector:
+            case OpTypeMatrix:
+            case OpTypeArray:
+            case OpTypeRuntimeArray:
                 if (type->operands.empty()) return 32;
                 type = module.type(type->operands[0]);
                 break;
@@ -111,8 +117,7 @@ uint32_t scalar_bits(const Module& module, uint32_t type_id) {
                 if (type->operands.empty()) return 32;
                 type = module.type(type->operands[0]);
                 break;
-            default:
-                return 32;
+            default: return 32;
         }
     }
     return 32;
@@ -122,11 +127,15 @@ bool is_opaque(const Module& module, uint32_t type_id) {
     const Instruction* type = module.type(type_id);
     if (type == nullptr) return true;
     switch (type->opcode) {
-        case OpTypeBool: case OpTypeInt: case OpTypeFloat: case OpTypeVector: case OpTypeMatrix:
-        case OpTypeArray: case OpTypeStruct: case OpTypePointer:
-            return false;
-        default:
-            return true;
+        case OpTypeBool:
+        case OpTypeInt:
+        case OpTypeFloat:
+        case OpTypeVector:
+        case OpTypeMatrix:
+        case OpTypeArray:
+        case OpTypeStruct:
+        case OpTypePointer: return false;
+        default: return true;
     }
 }
 
@@ -150,8 +159,7 @@ const Instruction* image_type_of(const Module& module, uint32_t type_id) {
     for (int depth = 0; type != nullptr && depth < 4; ++depth) {
         if (type->opcode == OpTypeImage) return type;
         if (type->operands.empty()) return nullptr;
-        if (type->opcode == OpTypeSampledImage || type->opcode == OpTypeArray ||
-            type->opcode == OpTypeRuntimeArray) {
+        if (type->opcode == OpTypeSampledImage || type->opcode == OpTypeArray || type->opcode == OpTypeRuntimeArray) {
             type = module.type(type->operands[0]);
         } else if (type->opcode == OpTypePointer && type->operands.size() >= 2) {
             type = module.type(type->operands[1]);

@@ -20,8 +20,10 @@ using namespace spirv;
 // subgroup, its control flow), so their results never move to a pilot.
 bool thread_bound(uint16_t op) {
     return op == OpPhi || op == OpFunctionCall || op == OpVariable || op == OpSampledImage || op == OpImage ||
-           (op >= OpDPdx && op <= OpFwidthCoarse) || (op >= OpGroupNonUniformElect && op <= OpGroupNonUniformQuadSwap) ||
-           (op >= spv::OpSubgroupBallotKHR && op <= spv::OpSubgroupReadInvocationKHR) || (op >= OpImageSampleImplicitLod && op <= OpImageQuerySamples) ||
+           (op >= OpDPdx && op <= OpFwidthCoarse) ||
+           (op >= OpGroupNonUniformElect && op <= OpGroupNonUniformQuadSwap) ||
+           (op >= spv::OpSubgroupBallotKHR && op <= spv::OpSubgroupReadInvocationKHR) ||
+           (op >= OpImageSampleImplicitLod && op <= OpImageQuerySamples) ||
            (op >= OpImageSparseSampleImplicitLod && op <= OpImageSparseRead) || op == OpImageTexelPointer;
 }
 
@@ -128,13 +130,15 @@ public:
                     if (pointer.root != 0 && program_.builtin_of(pointer) < 0) input_set.insert(pointer.root);
                 } else {
                     auto writers = writers_.find(pointer.root);
-                    if (writers != writers_.end()) work.insert(work.end(), writers->second.begin(), writers->second.end());
+                    if (writers != writers_.end())
+                        work.insert(work.end(), writers->second.begin(), writers->second.end());
                 }
             } else if (instruction.opcode == OpFunctionCall && !instruction.operands.empty()) {
                 auto callee = module_.function_index.find(instruction.operands[0]);
                 if (callee != module_.function_index.end()) {
                     auto returns = returns_.find(callee->second);
-                    if (returns != returns_.end()) work.insert(work.end(), returns->second.begin(), returns->second.end());
+                    if (returns != returns_.end())
+                        work.insert(work.end(), returns->second.begin(), returns->second.end());
                 }
             }
         }

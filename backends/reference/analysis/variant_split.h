@@ -19,8 +19,8 @@ InstructionMask uniform_only_instructions(const Program& program);
 bool has_arithmetic(const Program& program, const InstructionMask& mask);
 
 struct GeometrySplit {
-    InstructionMask position;  // what feeds the position, point size and clip distances
-    InstructionMask varying;   // what feeds every other output
+    InstructionMask position;               // what feeds the position, point size and clip distances
+    InstructionMask varying;                // what feeds every other output
     std::vector<uint32_t> position_inputs;  // input variables read by each half, by id
     std::vector<uint32_t> varying_inputs;
     bool has_varyings = false;  // the shader writes some output besides the position

@@ -16,8 +16,10 @@ namespace {
 namespace fs = std::filesystem;
 
 void set_tmp(const std::optional<std::string>& value) {
-    if (value) setenv("TMP", value->c_str(), 1);
-    else unsetenv("TMP");
+    if (value)
+        setenv("TMP", value->c_str(), 1);
+    else
+        unsetenv("TMP");
 }
 
 // get_temp_dir's result with TMP set to `tmp` (unset for nullopt), or its
@@ -56,8 +58,7 @@ TEST_F(Platform, TempDirFollowsTmp) {
     EXPECT_EQ(temp_dir_with(dir + "/missing"), "Cannot get valid temp directory.");
     // An empty TMP counts as set: the directory goes to the root, when allowed.
     std::string root = temp_dir_with(std::string(""));
-    EXPECT_TRUE(starts_with(root, "/shadex-") || root == "Cannot get valid temp directory.")
-        << root;
+    EXPECT_TRUE(starts_with(root, "/shadex-") || root == "Cannot get valid temp directory.") << root;
 }
 
 TEST_F(Platform, ExecuteCommand) {
@@ -73,8 +74,8 @@ TEST_F(Platform, ExecuteCommand) {
     EXPECT_EQ(counted, expected);
 
     std::string unchanged;
-    for (const std::vector<std::string>& argv : std::vector<std::vector<std::string>>{
-             {"false"}, {"/nonexistent/program"}, {"no-such-program"}, {}})
+    for (const std::vector<std::string>& argv :
+         std::vector<std::vector<std::string>>{{"false"}, {"/nonexistent/program"}, {"no-such-program"}, {}})
         EXPECT_FALSE(execute_command(argv, unchanged)) << argv.size();
     EXPECT_EQ(unchanged, "");
     // A non-zero exit still leaves what was printed.
@@ -88,8 +89,7 @@ TEST_F(Platform, FilesAndPaths) {
     std::ofstream(empty).flush();
     fs::create_symlink(full, link);
     EXPECT_TRUE(does_file_exist(link));
-    for (const std::string& path :
-         {dir, std::string("/dev/null"), std::string(""), dir + "/missing"})
+    for (const std::string& path : {dir, std::string("/dev/null"), std::string(""), dir + "/missing"})
         EXPECT_FALSE(does_file_exist(path)) << path;
 
     std::ifstream empty_stream(empty), full_stream(full);
@@ -104,8 +104,7 @@ TEST_F(Platform, FilesAndPaths) {
         get_absolute_path(missing);
         ADD_FAILURE() << "resolved a missing path";
     } catch (const KoroException_& error) {
-        EXPECT_EQ(error.message, "Failed to get absolute path of \"" + missing +
-                                     "\":\n    No such file or directory");
+        EXPECT_EQ(error.message, "Failed to get absolute path of \"" + missing + "\":\n    No such file or directory");
     }
     EXPECT_TRUE(does_file_exist(get_executable_dir() + "/unit_common"));
 }

@@ -15,8 +15,7 @@ TEST(Promise, RunsTheLatestActionOnceOnEveryWayOut) {
         Promise guard([&] { ++first; });
         guard.set([&] { ++second; });  // replaces the pending action
         throw std::runtime_error("leaving early");
-    } catch (const std::runtime_error&) {
-    }
+    } catch (const std::runtime_error&) {}
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 1);
     { Promise empty; }  // nothing to run, nothing to fail

@@ -21,8 +21,8 @@ TEST(Text, PrefixSuffixAndQuote) {
 
 TEST(Text, SplitKeepsInnerEmptyPieces) {
     const std::pair<std::string, Pieces> cases[] = {
-        {"", {}},           {"abc", {"abc"}},  {"a,,b", {"a", "", "b"}}, {"a,b,", {"a", "b"}},
-        {"a,,", {"a", ""}}, {",a", {"", "a"}}, {",", {""}},
+        {"", {}},          {"abc", {"abc"}}, {"a,,b", {"a", "", "b"}}, {"a,b,", {"a", "b"}}, {"a,,", {"a", ""}},
+        {",a", {"", "a"}}, {",", {""}},
     };
     for (const auto& [text, pieces] : cases) EXPECT_EQ(split(text, ','), pieces) << text;
 

@@ -19,8 +19,8 @@ BackendDir::~BackendDir() {
     fs::remove_all(root, ignored);
 }
 
-std::string BackendDir::add(const std::string& subdir, const std::string& file_name,
-                            const std::string& scenario, ScriptedVariant variant) const {
+std::string BackendDir::add(const std::string& subdir, const std::string& file_name, const std::string& scenario,
+                            ScriptedVariant variant) const {
     return install_scripted_backend(root, subdir, file_name, scenario, variant);
 }
 
@@ -30,6 +30,4 @@ std::string lines(const std::vector<std::string>& scenario_lines) {
     return text;
 }
 
-void expect_all_released(const std::vector<std::string>& log) {
-    EXPECT_EQ(release_problems(log), "");
-}
+void expect_all_released(const std::vector<std::string>& log) { EXPECT_EQ(release_problems(log), ""); }

@@ -16,8 +16,7 @@ public:
 
     const std::string& path() const { return root; }
     // Installs a copy under subdir/file_name and returns its path.
-    std::string add(const std::string& subdir, const std::string& file_name,
-                    const std::string& scenario,
+    std::string add(const std::string& subdir, const std::string& file_name, const std::string& scenario,
                     ScriptedVariant variant = ScriptedVariant::Full) const;
 
 private:

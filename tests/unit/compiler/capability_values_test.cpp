@@ -16,9 +16,7 @@ TEST(CapabilityValues, VersionListsInHundredthsOrPointForm) {
             parse_version_list("spirv_version", value);
             ADD_FAILURE() << "accepted \"" << value << "\"";
         } catch (const KoroException_& error) {
-            EXPECT_EQ(
-                error.message,
-                "Compiler load error : malformed version list spirv_version = \"" + value + "\"");
+            EXPECT_EQ(error.message, "Compiler load error : malformed version list spirv_version = \"" + value + "\"");
         }
     }
     EXPECT_EQ(parse_name_list("GL_a  GL_b "), (std::vector<std::string>{"GL_a", "GL_b"}));

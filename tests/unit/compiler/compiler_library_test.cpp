@@ -29,8 +29,7 @@ TEST(DriverName, ParsesBothReleasePatternsFully) {
     EXPECT_EQ((std::vector<uint32_t>{older.scheme, older.r, older.p, older.o, older.rel}),
               (std::vector<uint32_t>{0, 23, 1, 9, 2}));  // "11" is octal
     EXPECT_EQ(DriverName().scheme, 0xFFFFFFFFu);
-    for (const std::string name :
-         {"Koro-Nxx_r20p0-08rel0", "Koro-Nxx_r20p0", "Koro-N68_r1p0-00rel0"}) {
+    for (const std::string name : {"Koro-Nxx_r20p0-08rel0", "Koro-Nxx_r20p0", "Koro-N68_r1p0-00rel0"}) {
         try {
             DriverName parsed(name);
             ADD_FAILURE() << name << " parsed";
@@ -41,8 +40,8 @@ TEST(DriverName, ParsesBothReleasePatternsFully) {
 }
 
 TEST(DriverName, OrdersNewestFirstAndEqualNamesBothWays) {
-    DriverName r20("Koro-Nxx_r20p0-01rel0"), r20_rel1("Koro-Nxx_r20p0-01rel1"),
-        legacy("Koro-L100_r99p9-07rel9"), same("Koro-Nxx_r20p0-01rel0");
+    DriverName r20("Koro-Nxx_r20p0-01rel0"), r20_rel1("Koro-Nxx_r20p0-01rel1"), legacy("Koro-L100_r99p9-07rel9"),
+        same("Koro-Nxx_r20p0-01rel0");
     EXPECT_TRUE(r20_rel1.before(r20));
     EXPECT_FALSE(r20.before(r20_rel1));
     EXPECT_TRUE(r20.before(legacy));
@@ -54,26 +53,22 @@ TEST(DriverName, OrdersNewestFirstAndEqualNamesBothWays) {
 TEST(CompilerLibrary, MalformedMetadataRecordsAreReleasedAndNamed) {
     BackendDir dir;
     const std::string flexible = "meta flexible_version | 4.0.0\n";
-    const std::string scenarios[] = {flexible + "break metadata\n",
-                                     "meta flexible_version | <null>\n",
+    const std::string scenarios[] = {flexible + "break metadata\n", "meta flexible_version | <null>\n",
                                      "meta <null> | x\n" + flexible};
     for (size_t i = 0; i < 3; ++i) {
         std::string path = dir.add(std::to_string(i), "libKoro-Nxx_r20p0-01rel0.so", scenarios[i]);
         std::string error = load_error(path);
-        EXPECT_EQ(error.rfind("Library load error : " + path + " : malformed metadata (", 0), 0u)
-            << error;
+        EXPECT_EQ(error.rfind("Library load error : " + path + " : malformed metadata (", 0), 0u) << error;
         expect_all_released(read_scripted_log(path));
     }
-    EXPECT_EQ(load_error(dir.path() + "/missing.so"),
-              "Library load error : " + dir.path() + "/missing.so");
+    EXPECT_EQ(load_error(dir.path() + "/missing.so"), "Library load error : " + dir.path() + "/missing.so");
 }
 
 TEST(CompilerLibrary, DriverNameIsCutFromTheFileName) {
     BackendDir dir;
     // The last of '.', 's', 'o' ends the name two characters early; "lib" is
     // looked for anywhere.
-    std::string path =
-        dir.add("graphics", "xlibKoro-Nxx_r3p1-02rel5.so", "meta flexible_version | 4.0.0\n");
+    std::string path = dir.add("graphics", "xlibKoro-Nxx_r3p1-02rel5.so", "meta flexible_version | 4.0.0\n");
     auto library = std::make_shared<CompilerLibrary>(path);
     EXPECT_EQ(library->driver_name, "Koro-Nxx_r3p1-02rel5");
     EXPECT_TRUE(CompilerLibrary::before(library, library));

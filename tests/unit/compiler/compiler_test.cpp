@@ -19,12 +19,10 @@ Compiler make(const std::string& core, CompilerType type, std::vector<uint32_t> 
 TEST(Compiler, ParsesAndOrdersCoreRevisions) {
     using Numbers = std::array<uint32_t, 4>;
     const std::pair<std::string, Numbers> revisions[] = {
-        {"r12p34", {12, 34, 0, 0}}, {"r1p0-dr3-vl7", {1, 0, 3, 7}},
-        {"r2p1vl2", {2, 1, 0, 2}},  {"", {0, 0, 0, 0}},
-        {"p5r", {0, 0, 0, 0}},      {"r99999999999p1", {4294967295u, 1, 0, 0}},
+        {"r12p34", {12, 34, 0, 0}}, {"r1p0-dr3-vl7", {1, 0, 3, 7}}, {"r2p1vl2", {2, 1, 0, 2}},
+        {"", {0, 0, 0, 0}},         {"p5r", {0, 0, 0, 0}},          {"r99999999999p1", {4294967295u, 1, 0, 0}},
     };
-    for (const auto& [text, numbers] : revisions)
-        EXPECT_EQ(Compiler::parse_core_revision(text), numbers) << text;
+    for (const auto& [text, numbers] : revisions) EXPECT_EQ(Compiler::parse_core_revision(text), numbers) << text;
 
     // Newest core first, then highest revision; an unknown core sorts with the oldest.
     Compiler n1 = make("Koro N1", CompilerType::Vulkan, {130});
@@ -50,26 +48,22 @@ TEST(Compiler, VersionsExtensionsAndMatching) {
     EXPECT_TRUE(make("Koro-N68", CompilerType::Vulkan, {130}).get_extensions().empty());
     EXPECT_EQ(make("Koro-N68", CompilerType::Vulkan, {130}, {"b", "a", "b"}).get_extensions(),
               (std::set<std::string>{"a", "b"}));
-    EXPECT_EQ(make("Koro-N68", CompilerType::OpenCL, {120}).get_extensions().size(),
-              DEFAULT_OPENCL_EXTENSIONS.size());
+    EXPECT_EQ(make("Koro-N68", CompilerType::OpenCL, {120}).get_extensions().size(), DEFAULT_OPENCL_EXTENSIONS.size());
 
     Compiler compiler = make("Koro-N68", CompilerType::OpenCL, {120, 300}, {}, "r0p1");
     EXPECT_TRUE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any, 0));
     EXPECT_TRUE(compiler.matches("r1p0-00rel0", "Koro-N68", "r0p1", CompilerType::OpenCL, 300));
-    EXPECT_FALSE(
-        compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any, 301));
-    EXPECT_FALSE(
-        compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Vulkan, 0));
+    EXPECT_FALSE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any, 301));
+    EXPECT_FALSE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Vulkan, 0));
 }
 
 TEST(Compiler, StageSupportWithoutProbing) {
     // Below OpenGL ES 3.2 geometry and tessellation depend on probed extensions.
     EXPECT_FALSE(make("Koro-N68", CompilerType::OpenGLES, {300}).supports_compute_shaders());
     EXPECT_TRUE(make("Koro-N68", CompilerType::OpenGLES, {310}).supports_compute_shaders());
-    const std::pair<Compiler, bool> cases[] = {
-        {make("Koro-N68", CompilerType::OpenGLES, {320}), true},
-        {make("Koro-N68", CompilerType::Vulkan, {100}), true},
-        {make("Koro-N68", CompilerType::OpenCL, {300}), false}};
+    const std::pair<Compiler, bool> cases[] = {{make("Koro-N68", CompilerType::OpenGLES, {320}), true},
+                                               {make("Koro-N68", CompilerType::Vulkan, {100}), true},
+                                               {make("Koro-N68", CompilerType::OpenCL, {300}), false}};
     for (auto [compiler, supported] : cases) {
         EXPECT_EQ(compiler.supports_compute_shaders(), supported) << to_string(compiler.type);
         EXPECT_EQ(compiler.supports_geometry_shaders(), supported) << to_string(compiler.type);
@@ -79,19 +73,14 @@ TEST(Compiler, StageSupportWithoutProbing) {
 
 TEST(Compiler, ProbesWithoutEsForVersion100) {
     BackendDir dir;
-    std::string path =
-        dir.add("graphics", "libKoro-Nxx_r20p0-01rel0.so",
-                lines({"meta flexible_version | 3.0.0", "meta compiler_type | openglessl",
-                       "meta openglessl_version | 100",
-                       "meta openglessl_extensions | GL_OES_texture_3D", "core Koro-L220 | r0p0"}));
+    std::string path = dir.add(
+        "graphics", "libKoro-Nxx_r20p0-01rel0.so",
+        lines({"meta flexible_version | 3.0.0", "meta compiler_type | openglessl", "meta openglessl_version | 100",
+               "meta openglessl_extensions | GL_OES_texture_3D", "core Koro-L220 | r0p0"}));
     CompilerManager manager(dir.path());
-    EXPECT_TRUE(manager.get_compilers("Koro-L220", CompilerType::OpenGLES)
-                    .at(0)
-                    ->has_extension("GL_OES_texture_3D"));
+    EXPECT_TRUE(manager.get_compilers("Koro-L220", CompilerType::OpenGLES).at(0)->has_extension("GL_OES_texture_3D"));
     std::vector<std::string> probes = calls_of(read_scripted_log(path), "compile");
     ASSERT_EQ(probes.size(), 1u);
-    const std::string source =
-        "\tsource=#version 100\\n#extension GL_OES_texture_3D : require\\nvoid main() {}";
-    EXPECT_EQ(probes[0].substr(probes[0].size() - std::min(probes[0].size(), source.size())),
-              source);
+    const std::string source = "\tsource=#version 100\\n#extension GL_OES_texture_3D : require\\nvoid main() {}";
+    EXPECT_EQ(probes[0].substr(probes[0].size() - std::min(probes[0].size(), source.size())), source);
 }

@@ -19,11 +19,9 @@ TEST(LibraryManager, TakesEveryEntryEndingInSoGraphicsFirst) {
     std::string opencl = dir.add("opencl", "libKoro-Nxx_r30p0-00rel0.so", scenario);
     std::string graphics = dir.path() + "/graphics";
     fs::create_directories(graphics);
-    for (const char* name : {"README", "libbar.so.1", "so", "a.SO"})
-        std::ofstream(graphics + "/" + name) << "x";
+    for (const char* name : {"README", "libbar.so.1", "so", "a.SO"}) std::ofstream(graphics + "/" + name) << "x";
     std::string first = dir.add("graphics", "libKoro-Nxx_r10p0-00rel0.so", scenario);
-    EXPECT_EQ(LibraryManager::get_library_paths(dir.path() + "/"),
-              (std::vector<std::string>{first, opencl}));
+    EXPECT_EQ(LibraryManager::get_library_paths(dir.path() + "/"), (std::vector<std::string>{first, opencl}));
 
     std::vector<std::string> none;
     LibraryManager::get_lib_paths_from_dir(dir.path() + "/missing", none);

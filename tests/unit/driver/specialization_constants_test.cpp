@@ -31,10 +31,8 @@ TEST(SpecializationConstants, MessagesPairWithTheirCauses) {
     EXPECT_EQ(failure_of("3=1=2"), "Specialization constant parameter 3=1=2 is invalid.");
     EXPECT_EQ(failure_of("3=1.5"), "Specialization constant parameter 3=1.5 is invalid.");
     EXPECT_EQ(failure_of("3=-"), "Specialization constant parameter 3=- is invalid.");
-    EXPECT_EQ(failure_of("3=99999999999999999999"),
-              "Specialization constant value 3=99999999999999999999 is invalid.");
-    EXPECT_EQ(failure_of("99999999999999999999=1"),
-              "Specialization constant value 99999999999999999999=1 is invalid.");
+    EXPECT_EQ(failure_of("3=99999999999999999999"), "Specialization constant value 3=99999999999999999999 is invalid.");
+    EXPECT_EQ(failure_of("99999999999999999999=1"), "Specialization constant value 99999999999999999999=1 is invalid.");
 }
 
 }  // namespace

@@ -26,8 +26,10 @@ protected:
     }
 
     void TearDown() override {
-        if (saved_tmp) setenv("TMP", saved_tmp->c_str(), 1);
-        else unsetenv("TMP");
+        if (saved_tmp)
+            setenv("TMP", saved_tmp->c_str(), 1);
+        else
+            unsetenv("TMP");
         fs::remove_all(dir);
     }
 
@@ -67,14 +69,12 @@ TEST_F(GlslangProcessTest, OnlyTheTrustedBannerAtTheStartIsAccepted) {
 }
 
 TEST_F(GlslangProcessTest, ConversionFailuresCarryTheValidatorOutput) {
-    std::string validator =
-        write_script("fail.sh", "echo 'ERROR: bad'\necho 'to stderr' >&2\nexit 2\n");
+    std::string validator = write_script("fail.sh", "echo 'ERROR: bad'\necho 'to stderr' >&2\nexit 2\n");
     std::string source = write_script("shader.sh", "");
     bool relaxed = true;
     auto failure = [&](const std::string& path) -> std::string {
         try {
-            GlslangValidator::generate_spirv_binary(validator, dir, path, {}, "1.3", "main",
-                                                    relaxed);
+            GlslangValidator::generate_spirv_binary(validator, dir, path, {}, "1.3", "main", relaxed);
         } catch (const GlslangInputError& error) {
             return error.what();
         }
@@ -88,10 +88,9 @@ TEST_F(GlslangProcessTest, ConversionFailuresCarryTheValidatorOutput) {
 
 // Runs the packaged validator, placed under external/ beside the test.
 TEST_F(GlslangProcessTest, PackagedValidatorErrorsAreAppendedAndNothingIsLeft) {
-    auto convert = [&](const std::string& text, const std::string& entry, Texts& messages,
-                       bool& relaxed) {
-        Bytes module = compile_to_spirv(Bytes(text.begin(), text.end()), {}, "1.3", entry,
-                                        SourceType::Fragment, messages, relaxed);
+    auto convert = [&](const std::string& text, const std::string& entry, Texts& messages, bool& relaxed) {
+        Bytes module = compile_to_spirv(Bytes(text.begin(), text.end()), {}, "1.3", entry, SourceType::Fragment,
+                                        messages, relaxed);
         EXPECT_TRUE(module.empty());
         EXPECT_TRUE(fs::is_empty(dir));
     };
@@ -102,8 +101,7 @@ TEST_F(GlslangProcessTest, PackagedValidatorErrorsAreAppendedAndNothingIsLeft) {
         "    color = vec4(undefined_thing, 1.0);\n}\n",
         "", messages, relaxed);
     EXPECT_FALSE(relaxed);
-    EXPECT_EQ(messages,
-              (Texts{"earlier", "0:4: X0000: 'undefined_thing' : undeclared identifier "}));
+    EXPECT_EQ(messages, (Texts{"earlier", "0:4: X0000: 'undefined_thing' : undeclared identifier "}));
 
     messages.clear();
     convert("#version 450\nvoid other() {}\n", "main", messages, relaxed);

@@ -22,8 +22,7 @@ protected:
         return created.back();
     }
     // The read bytes as text, or the parse error's message.
-    static std::string read(const std::vector<std::string>& files,
-                            const std::string& stdin_text = "") {
+    static std::string read(const std::vector<std::string>& files, const std::string& stdin_text = "") {
         std::stringbuf buffer(stdin_text);
         std::streambuf* saved = std::cin.rdbuf(&buffer);
         std::string result;

@@ -17,8 +17,7 @@ using Words = std::vector<uint32_t>;
 // The text packed little-endian, NUL-terminated and zero-padded to a whole word.
 inline Words literal(const std::string& text) {
     Words words(text.size() / 4 + 1, 0);
-    for (size_t i = 0; i < text.size(); ++i)
-        words[i / 4] |= uint32_t(uint8_t(text[i])) << (8 * (i % 4));
+    for (size_t i = 0; i < text.size(); ++i) words[i / 4] |= uint32_t(uint8_t(text[i])) << (8 * (i % 4));
     return words;
 }
 
@@ -61,16 +60,12 @@ struct SpirvBuilder {
     SpirvBuilder& decorate(uint32_t target, uint32_t decoration, const Words& extra = {}) {
         return op(71, operands({{target, decoration}, extra}));
     }
-    SpirvBuilder& spec_id(uint32_t target, uint32_t location) {
-        return decorate(target, 1, {location});
-    }
+    SpirvBuilder& spec_id(uint32_t target, uint32_t location) { return decorate(target, 1, {location}); }
     SpirvBuilder& type_bool(uint32_t id) { return op(20, {id}); }
     SpirvBuilder& type_int(uint32_t id, uint32_t width, bool is_signed) {
         return op(21, {id, width, is_signed ? 1u : 0u});
     }
-    SpirvBuilder& spec_bool(uint32_t type, uint32_t id, bool value) {
-        return op(value ? 48 : 49, {type, id});
-    }
+    SpirvBuilder& spec_bool(uint32_t type, uint32_t id, bool value) { return op(value ? 48 : 49, {type, id}); }
     SpirvBuilder& spec_constant(uint32_t type, uint32_t id, const Words& literal_words) {
         return op(50, operands({{type, id}, literal_words}));
     }

@@ -4,8 +4,8 @@
 // (or a sanitizer report in instrumented builds).
 #include <gtest/gtest.h>
 
-#include "spirv_builder.h"
 #include "input/spirv_module.h"
+#include "spirv_builder.h"
 
 using namespace spirv_test;
 
@@ -13,8 +13,7 @@ TEST(SpirvHostileInput, CutAndDamagedModules) {
     SpirvBuilder builder;
     builder.op(17, {1}).extension("SPV_GOOGLE_user_type").extension("SPV_GOOGLE_decorate_string");
     builder.entry_point(4, 20, "main").entry_point(0, 21, "vertex_main");
-    builder.decorate(30, 5636, literal("cbuffer"))
-        .op(5633, operands({{31, 0, 5636}, literal("float")}));
+    builder.decorate(30, 5636, literal("cbuffer")).op(5633, operands({{31, 0, 5636}, literal("float")}));
     builder.spec_id(40, 0).spec_id(41, 1).spec_id(42, 2);
     builder.type_bool(2).type_int(3, 32, true).type_int(4, 64, false);
     builder.spec_bool(2, 40, false).spec_constant(3, 41, {9}).spec_constant(4, 42, {1, 0});
@@ -32,8 +31,7 @@ TEST(SpirvHostileInput, CutAndDamagedModules) {
             }
         }
         for (Bytes& module : modules) {
-            SCOPED_TRACE("size " + std::to_string(module.size()) + ", word " +
-                         std::to_string(size / 4));
+            SCOPED_TRACE("size " + std::to_string(module.size()) + ", word " + std::to_string(size / 4));
             module.shrink_to_fit();  // any read past the end leaves the allocation
             SourceType stage;
             std::string entry;

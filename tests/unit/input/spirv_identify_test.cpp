@@ -2,8 +2,8 @@
 // these are the walker's rules for odd and damaged modules.
 #include <gtest/gtest.h>
 
-#include "spirv_builder.h"
 #include "input/spirv_module.h"
+#include "spirv_builder.h"
 
 using namespace spirv_test;
 
@@ -27,22 +27,16 @@ TEST(IdentifySpirv, OddModules) {
         {"magic only", magic, true, SourceType::None, ""},
         {"header only", SpirvBuilder().bytes(), true, SourceType::None, ""},
         {"ragged", ragged, true, SourceType::Fragment, "main"},
-        {"two entry points", SpirvBuilder().entry_point(0, 1, "a").entry_point(4, 2, "b").bytes(),
-         true, SourceType::None, ""},
-        {"model outside the table", SpirvBuilder().entry_point(7, 1, "e").bytes(), true,
-         static_cast<SourceType>(8), "e"},
+        {"two entry points", SpirvBuilder().entry_point(0, 1, "a").entry_point(4, 2, "b").bytes(), true,
+         SourceType::None, ""},
+        {"model outside the table", SpirvBuilder().entry_point(7, 1, "e").bytes(), true, static_cast<SourceType>(8),
+         "e"},
         {"zero word count ends the walk",
-         SpirvBuilder()
-             .entry_point(0, 1, "first")
-             .op_with_count(15, 0, {})
-             .entry_point(4, 2, "x")
-             .bytes(),
-         true, SourceType::Vertex, "first"},
-        {"operands past the end", SpirvBuilder().op_with_count(15, 4, {}).bytes(), true,
-         SourceType::Vertex, ""},
+         SpirvBuilder().entry_point(0, 1, "first").op_with_count(15, 0, {}).entry_point(4, 2, "x").bytes(), true,
+         SourceType::Vertex, "first"},
+        {"operands past the end", SpirvBuilder().op_with_count(15, 4, {}).bytes(), true, SourceType::Vertex, ""},
         {"unterminated name", unterminated, true, SourceType::Fragment, ""},
-        {"huge word count",
-         SpirvBuilder().op_with_count(17, 0xFFFF, {1}).entry_point(0, 1, "m").bytes(), true,
+        {"huge word count", SpirvBuilder().op_with_count(17, 0xFFFF, {1}).entry_point(0, 1, "m").bytes(), true,
          SourceType::None, ""},
     };
     for (const auto& c : cases) {
@@ -52,9 +46,8 @@ TEST(IdentifySpirv, OddModules) {
         EXPECT_EQ(stage, c.stage) << c.what;
         EXPECT_EQ(entry, c.entry) << c.what;
     }
-    EXPECT_EQ(
-        enumerate_spirv_entrypoints(cases[7].module),
-        (std::vector<SpirvEntryPoint>{{SourceType::Vertex, "a"}, {SourceType::Fragment, "b"}}));
+    EXPECT_EQ(enumerate_spirv_entrypoints(cases[7].module),
+              (std::vector<SpirvEntryPoint>{{SourceType::Vertex, "a"}, {SourceType::Fragment, "b"}}));
 }
 
 TEST(SpirvVersion, MajorAndMinorBytesOnly) {

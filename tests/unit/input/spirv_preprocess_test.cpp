@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "spirv_builder.h"
 #include "input/spirv_module.h"
+#include "spirv_builder.h"
 
 using namespace spirv_test;
 
@@ -38,18 +38,13 @@ TEST(PreprocessSpirv, StripsVendorExtensionsAndEveryFormOfUserTypeDecoration) {
         .op(72, {9, USER_TYPE, LOCATION, 1});
 
     Bytes module = input.bytes();
-    EXPECT_EQ(preprocess_spirv(module),
-              (std::vector<std::string>{unsupported("SPV_GOOGLE_user_type"),
-                                        unsupported("SPV_GOOGLE_decorate_string")}));
+    EXPECT_EQ(preprocess_spirv(module), (std::vector<std::string>{unsupported("SPV_GOOGLE_user_type"),
+                                                                  unsupported("SPV_GOOGLE_decorate_string")}));
     EXPECT_EQ(module, expected.bytes());
 
     // A stripped extension whose word count overruns the end is removed up to the end.
-    module = SpirvBuilder()
-                 .op(17, {1})
-                 .op_with_count(10, 40, literal("SPV_GOOGLE_decorate_string"))
-                 .bytes();
-    EXPECT_EQ(preprocess_spirv(module),
-              std::vector<std::string>{unsupported("SPV_GOOGLE_decorate_string")});
+    module = SpirvBuilder().op(17, {1}).op_with_count(10, 40, literal("SPV_GOOGLE_decorate_string")).bytes();
+    EXPECT_EQ(preprocess_spirv(module), std::vector<std::string>{unsupported("SPV_GOOGLE_decorate_string")});
     EXPECT_EQ(module, SpirvBuilder().op(17, {1}).bytes());
 }
 

@@ -3,8 +3,8 @@
 #include <limits>
 #include <optional>
 
-#include "spirv_builder.h"
 #include "input/spirv_module.h"
+#include "spirv_builder.h"
 
 using namespace spirv_test;
 
@@ -15,8 +15,7 @@ Bytes int_module(uint32_t width, bool is_signed, const Words& literal_words = {0
     return SpirvBuilder()
         .spec_id(12, 5)
         .type_int(3, width, is_signed)
-        .spec_constant(3, 12,
-                       Words(literal_words.begin(), literal_words.begin() + (width == 64 ? 2 : 1)))
+        .spec_constant(3, 12, Words(literal_words.begin(), literal_words.begin() + (width == 64 ? 2 : 1)))
         .bytes();
 }
 
@@ -56,18 +55,32 @@ TEST(SpecConstInt, WritesOnlyRepresentableValues) {
         int64_t value;
         std::optional<uint32_t> low_word;  // nullopt: out of range
     } cases[] = {
-        {8, true, -128, 0xFFFFFF80},     {8, true, 128, {}},        {8, true, -129, {}},
-        {8, false, 255, 0xFF},           {8, false, 256, {}},       {8, false, -1, {}},
-        {16, true, -32768, 0xFFFF8000},  {16, true, 32767, 0x7FFF}, {16, true, 32768, {}},
-        {16, false, 65535, 0xFFFF},      {16, false, 65536, {}},    {32, true, -5, 0xFFFFFFFB},
-        {32, true, 2147483647, 0x7FFFFFFF}, {32, true, 2147483648, {}}, {32, true, -2147483649, {}},
-        {32, false, 4294967295, 0xFFFFFFFF}, {32, false, 4294967296, {}}, {32, false, -1, {}},
-        {64, true, MIN64, 0},            {64, true, -2, 0xFFFFFFFE},
-        {64, false, MAX64, 0xFFFFFFFF},  {64, false, 0x123456789, 0x23456789}, {64, false, -1, {}},
+        {8, true, -128, 0xFFFFFF80},
+        {8, true, 128, {}},
+        {8, true, -129, {}},
+        {8, false, 255, 0xFF},
+        {8, false, 256, {}},
+        {8, false, -1, {}},
+        {16, true, -32768, 0xFFFF8000},
+        {16, true, 32767, 0x7FFF},
+        {16, true, 32768, {}},
+        {16, false, 65535, 0xFFFF},
+        {16, false, 65536, {}},
+        {32, true, -5, 0xFFFFFFFB},
+        {32, true, 2147483647, 0x7FFFFFFF},
+        {32, true, 2147483648, {}},
+        {32, true, -2147483649, {}},
+        {32, false, 4294967295, 0xFFFFFFFF},
+        {32, false, 4294967296, {}},
+        {32, false, -1, {}},
+        {64, true, MIN64, 0},
+        {64, true, -2, 0xFFFFFFFE},
+        {64, false, MAX64, 0xFFFFFFFF},
+        {64, false, 0x123456789, 0x23456789},
+        {64, false, -1, {}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") +
-                     std::to_string(c.value));
+        SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") + std::to_string(c.value));
         const Bytes original = int_module(c.width, c.is_signed);
         Bytes module = original;
         std::string result = rewrite_spirv_spec_const_int(module, 5, c.value);
@@ -77,8 +90,7 @@ TEST(SpecConstInt, WritesOnlyRepresentableValues) {
             continue;
         }
         ASSERT_EQ(result, "");
-        EXPECT_EQ(module, int_module(c.width, c.is_signed,
-                                     {*c.low_word, uint32_t(uint64_t(c.value) >> 32)}));
+        EXPECT_EQ(module, int_module(c.width, c.is_signed, {*c.low_word, uint32_t(uint64_t(c.value) >> 32)}));
     }
 }
 
@@ -86,16 +98,11 @@ TEST(SpecConst, WhatIsNotAConstantOfTheKind) {
     Bytes short_literal = int_module(64, true);
     short_literal.resize(short_literal.size() - 4);  // the second literal word is missing
     const Bytes on_int_type = SpirvBuilder().spec_id(12, 5).spec_constant(3, 12, {1}).bytes();
-    const Bytes bool_constant =
-        SpirvBuilder().spec_id(12, 5).type_bool(3).spec_bool(3, 12, true).bytes();
+    const Bytes bool_constant = SpirvBuilder().spec_id(12, 5).type_bool(3).spec_bool(3, 12, true).bytes();
     const Bytes float_constant =
         SpirvBuilder().spec_id(12, 5).op(22, {3, 32}).spec_constant(3, 12, {0x3F800000}).bytes();
-    const Bytes one_word_64 = SpirvBuilder()
-                                  .spec_id(12, 5)
-                                  .type_int(3, 64, true)
-                                  .spec_constant(3, 12, {7})
-                                  .op(17, {1})
-                                  .bytes();
+    const Bytes one_word_64 =
+        SpirvBuilder().spec_id(12, 5).type_int(3, 64, true).spec_constant(3, 12, {7}).op(17, {1}).bytes();
     const Bytes text{'#', 'v', 'e', 'r'};
 
     const std::string no_int = "No integer specialization constant at location 5";
@@ -111,8 +118,7 @@ TEST(SpecConst, WhatIsNotAConstantOfTheKind) {
         EXPECT_EQ(module, original);
     }
     Bytes module = int_module(32, true);
-    EXPECT_EQ(rewrite_spirv_spec_const_int(module, 6, 1),
-              "No integer specialization constant at location 6");
+    EXPECT_EQ(rewrite_spirv_spec_const_int(module, 6, 1), "No integer specialization constant at location 6");
     EXPECT_EQ(rewrite_spirv_spec_const_bool(module, 5, true), no_bool);
     module = SpirvBuilder().bytes();
     EXPECT_EQ(rewrite_spirv_spec_const_bool(module, 5, true), no_bool);

@@ -18,13 +18,13 @@ struct Target {
 };
 
 inline CompileOutput compile_record(const Target& target, const shadex_outputs& record) {
-    return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0", target.compiler,
-                         target.source, record);
+    return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0", target.compiler, target.source,
+                         record);
 }
 
 // Each variant's texts are laid out key, value, key, value, ...
-inline CompileOutput compile(const Target& target, const std::vector<Texts>& variants,
-                             const Texts& errors = {}, const Texts& warnings = {}) {
+inline CompileOutput compile(const Target& target, const std::vector<Texts>& variants, const Texts& errors = {},
+                             const Texts& warnings = {}) {
     auto pointers = [](const Texts& texts) {
         std::vector<const char*> result;
         for (const auto& text : texts) result.push_back(text.c_str());
@@ -33,8 +33,7 @@ inline CompileOutput compile(const Target& target, const std::vector<Texts>& var
     std::vector<std::vector<const char*>> variant_texts;
     std::vector<shadex_flexible_list> lists;
     for (const auto& texts : variants) variant_texts.push_back(pointers(texts));
-    for (const auto& texts : variant_texts)
-        lists.push_back({shadex_u32(texts.size()), 0, texts.data()});
+    for (const auto& texts : variant_texts) lists.push_back({shadex_u32(texts.size()), 0, texts.data()});
     const auto error_texts = pointers(errors);
     const auto warning_texts = pointers(warnings);
     shadex_outputs record{};
@@ -61,7 +60,6 @@ std::string failure_of(Build build) {
 // Statistics that keep a variant alive past the removal of empty programs
 // and fill every row of its performance table.
 inline Texts with_pipes(Texts texts) {
-    texts.insert(texts.end(), {"pipe_names", "A/LS/T", "cycles", "2/1/1", "shortest", "2/1/1",
-                               "longest", "2/1/1"});
+    texts.insert(texts.end(), {"pipe_names", "A/LS/T", "cycles", "2/1/1", "shortest", "2/1/1", "longest", "2/1/1"});
     return texts;
 }

@@ -9,20 +9,18 @@ namespace {
 const Target OSTREM;
 
 TEST(CompileOutput, MessagesAreKeptOnceAndTheBindingWarningDropped) {
-    const auto output =
-        compile(OSTREM, {}, {"e1", "e2", "e1"},
-                {"0:1: SPV01: Warning: 'Binding' is larger than allowed maximum", "w", "w"});
+    const auto output = compile(OSTREM, {}, {"e1", "e2", "e1"},
+                                {"0:1: SPV01: Warning: 'Binding' is larger than allowed maximum", "w", "w"});
     EXPECT_EQ(output.errors, (Texts{"e1", "e2"}));
     EXPECT_EQ(output.warnings, (Texts{"w"}));
 }
 
 TEST(CompileOutput, StatisticsReadingRules) {
-    const auto output = compile(
-        OSTREM,
-        {with_pipes({"variant", "1", "part_float16", "nan", "part_v2float16_underused", "N/A"}),
-         with_pipes({"variant", "4352", "spilling_used", "true", "spill_size", "0"}),
-         with_pipes({"is_pilot", "false", "variant", "0"}),
-         {"is_pilot", "true", "shader_flag", "HAS_SIDE_EFFECTS"}});
+    const auto output =
+        compile(OSTREM, {with_pipes({"variant", "1", "part_float16", "nan", "part_v2float16_underused", "N/A"}),
+                         with_pipes({"variant", "4352", "spilling_used", "true", "spill_size", "0"}),
+                         with_pipes({"is_pilot", "false", "variant", "0"}),
+                         {"is_pilot", "true", "shader_flag", "HAS_SIDE_EFFECTS"}});
     ASSERT_EQ(output.variants.size(), 3u);
     EXPECT_EQ(output.variants[0].name, "Main");
     // 4352 is 0x1100: only bits 0 and 8 name the variant.
@@ -44,12 +42,11 @@ TEST(CompileOutput, StatisticsReadingRules) {
 }
 
 TEST(CompileOutput, ShaderFlagsAndSlowPaths) {
-    const auto output =
-        compile(OSTREM,
-                {with_pipes({"variant", "0", "shader_flag", "HAS_SIDE_EFFECTS", "shader_flag",
-                             "NOT_A_FLAG", "shader_flag", "HAS_SLOW_RQ"}),
-                 with_pipes({"variant", "1", "shader_flag", "MODIFIES_COVERAGE", "vrs_mask", "1"})},
-                {}, {"w"});
+    const auto output = compile(OSTREM,
+                                {with_pipes({"variant", "0", "shader_flag", "HAS_SIDE_EFFECTS", "shader_flag",
+                                             "NOT_A_FLAG", "shader_flag", "HAS_SLOW_RQ"}),
+                                 with_pipes({"variant", "1", "shader_flag", "MODIFIES_COVERAGE", "vrs_mask", "1"})},
+                                {}, {"w"});
     EXPECT_TRUE(output.has_property(HAS_SIDE_EFFECTS));
     EXPECT_TRUE(output.has_property(MODIFIES_COVERAGE));
     EXPECT_FALSE(output.has_property(COLOR_BUFFER_READ));
@@ -58,11 +55,9 @@ TEST(CompileOutput, ShaderFlagsAndSlowPaths) {
     EXPECT_TRUE(output.has_vrs);
     EXPECT_EQ(output.warnings, (Texts{"w"}));
 
-    const auto slow =
-        compile(OSTREM, {with_pipes({"shader_flag", "HAS_SLOW_RQ", "vrs_mask", "64"})});
-    EXPECT_EQ(slow.warnings,
-              (Texts{"Using a ray query traversal slow path.",
-                     "Using a VRS slow path due to a block footprint larger than 2x2."}));
+    const auto slow = compile(OSTREM, {with_pipes({"shader_flag", "HAS_SLOW_RQ", "vrs_mask", "64"})});
+    EXPECT_EQ(slow.warnings, (Texts{"Using a ray query traversal slow path.",
+                                    "Using a VRS slow path due to a block footprint larger than 2x2."}));
     EXPECT_TRUE(compile(OSTREM, {with_pipes({"vrs_mask", "256"})}).has_slow_vrs);
     EXPECT_FALSE(compile(OSTREM, {with_pipes({"vrs_mask", "17"})}).has_slow_vrs);
 }

@@ -20,18 +20,18 @@ Target pelion(const std::string& core, SourceType source = SourceType::Fragment)
 
 TEST(Fixups, VariantsAndPipesKept) {
     // A variant without pipes is an empty program, except on Tarsel.
-    const std::vector<Texts> variants = {{"variant", "1"},
-                                         {"pipe_names", "A/LS/V/T", "cycles", "1/2/3/4"}};
+    const std::vector<Texts> variants = {{"variant", "1"}, {"pipe_names", "A/LS/V/T", "cycles", "1/2/3/4"}};
     EXPECT_EQ(compile(OSTREM, variants).variants.size(), 1u);
     EXPECT_EQ(compile({ArchitectureType::Tarsel, "Koro-L220"}, variants).variants.size(), 2u);
     EXPECT_EQ(compile(KERNEL, variants).variants.at(0).pipe_names, (Texts{"A", "LS", "V", "T"}));
-    EXPECT_EQ(failure_of([] { compile({ArchitectureType::Ostrem, "Koro-X"}, {}); }),
+    EXPECT_EQ(failure_of([] {
+                  compile({ArchitectureType::Ostrem, "Koro-X"}, {});
+              }),
               "Unknown GPU for normalization : Koro-X");
 }
 
 TEST(Fixups, PelionPipeNamesAndAggregateEdges) {
-    const std::vector<Texts> variants = {
-        {"pipe_names", "A1/A2/A3/LS/V/T", "cycles", "12/6/4.8/1/16/8"}};
+    const std::vector<Texts> variants = {{"pipe_names", "A1/A2/A3/LS/V/T", "cycles", "12/6/4.8/1/16/8"}};
     const auto fragment = compile(pelion("Koro-N503"), variants).variants.at(0);
     EXPECT_EQ(fragment.pipe_names, (Texts{"A", "FMA", "CVT", "SFU", "LS", "V", "T"}));
     // A list the back-end left empty still lines up with the pipe names.
@@ -54,8 +54,8 @@ TEST(Fixups, PelionPipeNamesAndAggregateEdges) {
 }
 
 TEST(Fixups, OpenclErrorsAreTidied) {
-    const Texts errors = {"error: Compiler frontend failed (error code <unknown>)",
-                          "<source>:3:5: error: bad thing\n", "x: error: a: error: b"};
+    const Texts errors = {"error: Compiler frontend failed (error code <unknown>)", "<source>:3:5: error: bad thing\n",
+                          "x: error: a: error: b"};
     EXPECT_EQ(compile(KERNEL, {}, errors).errors, (Texts{"3:5: bad thing", "x: a: error: b"}));
     EXPECT_EQ(compile(OSTREM, {}, errors).errors, errors);
 }
@@ -63,26 +63,20 @@ TEST(Fixups, OpenclErrorsAreTidied) {
 TEST(Fixups, StackAndTlsSizesAreCompleted) {
     // OpenCL: TLS is spill plus alloca when missing. Graphics: alloca is TLS
     // minus spill. Tarsel: neither.
-    const std::vector<Texts> variants = {
-        with_pipes({"variant", "0", "spill_size", "16", "alloca_size", "8"}),
-        with_pipes({"variant", "1", "tls_size", "40", "spill_size", "8"})};
-    const Target tarsel{ArchitectureType::Tarsel, "Koro-L220", CompilerType::OpenCL,
-                        SourceType::Kernel};
-    const std::tuple<Target, int32_t, int32_t> cases[] = {
-        {KERNEL, 24, -1}, {OSTREM, -1, 32}, {tarsel, -1, -1}};
+    const std::vector<Texts> variants = {with_pipes({"variant", "0", "spill_size", "16", "alloca_size", "8"}),
+                                         with_pipes({"variant", "1", "tls_size", "40", "spill_size", "8"})};
+    const Target tarsel{ArchitectureType::Tarsel, "Koro-L220", CompilerType::OpenCL, SourceType::Kernel};
+    const std::tuple<Target, int32_t, int32_t> cases[] = {{KERNEL, 24, -1}, {OSTREM, -1, 32}, {tarsel, -1, -1}};
     for (const auto& [target, main_tls, varying_stack] : cases) {
         const auto output = compile(target, variants);
-        EXPECT_EQ(output.variants.at(0).tls_size, main_tls)
-            << target.core << to_string(target.compiler);
-        EXPECT_EQ(output.variants.at(1).stack_size, varying_stack)
-            << target.core << to_string(target.compiler);
+        EXPECT_EQ(output.variants.at(0).tls_size, main_tls) << target.core << to_string(target.compiler);
+        EXPECT_EQ(output.variants.at(1).stack_size, varying_stack) << target.core << to_string(target.compiler);
     }
 }
 
 TEST(Fixups, VulkanVertexAttributesAreListedOnceWithReadableNames) {
-    const std::vector<Texts> variants = {
-        with_pipes({"position_attribute_symbols", "p_12_in_Position:0", "varying_attribute_symbols",
-                    "p_14_uv:1,p_12_in_Position:0"})};
+    const std::vector<Texts> variants = {with_pipes({"position_attribute_symbols", "p_12_in_Position:0",
+                                                     "varying_attribute_symbols", "p_14_uv:1,p_12_in_Position:0"})};
     Target vulkan{ArchitectureType::Ostrem, "Koro-N68", CompilerType::Vulkan, SourceType::Vertex};
     const auto output = compile(vulkan, variants);
     EXPECT_EQ(output.position_attributes.at(0).symbol, "OpVariable %12 'in_Position'");

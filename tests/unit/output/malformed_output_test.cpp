@@ -14,13 +14,13 @@ TEST(MalformedOutput, BadStatisticsNameTheKey) {
         {"part_float16", "1e30"},       {"varying_attribute_symbols", "uv:?"},
     };
     for (const auto& [key, value] : bad) {
-        EXPECT_EQ(failure_of([&] { compile(OSTREM, {with_pipes({key, value})}); }),
+        EXPECT_EQ(failure_of([&] {
+                      compile(OSTREM, {with_pipes({key, value})});
+                  }),
                   "Invalid value for " + key + ": " + value);
     }
-    for (const Target& unknown :
-         {Target{static_cast<ArchitectureType>(9)}, Target{ArchitectureType::Ostrem, "Koro-X"}})
-        EXPECT_NE(failure_of([&] { compile(unknown, {with_pipes({"work_registers_used", "8"})}); }),
-                  "");
+    for (const Target& unknown : {Target{static_cast<ArchitectureType>(9)}, Target{ArchitectureType::Ostrem, "Koro-X"}})
+        EXPECT_NE(failure_of([&] { compile(unknown, {with_pipes({"work_registers_used", "8"})}); }), "");
     // A lone last key is ignored.
     const auto lone = compile(OSTREM, {{"pipe_names", "A", "cycles", "1", "spill_size"}});
     EXPECT_EQ(lone.variants.at(0).spill_size, -1);
@@ -30,8 +30,7 @@ TEST(MalformedOutput, NullTextsAndArraysFail) {
     const char* null_value[] = {"tls_size", nullptr};
     const char* null_key[] = {nullptr, "8"};
     const char* null_line[] = {"fine", nullptr};
-    const shadex_flexible_list bad_lists[] = {
-        {2, 0, null_value}, {2, 0, null_key}, {2, 0, nullptr}};
+    const shadex_flexible_list bad_lists[] = {{2, 0, null_value}, {2, 0, null_key}, {2, 0, nullptr}};
     std::vector<shadex_outputs> records(7);
     for (size_t i = 0; i < 3; ++i) {
         records[i].variant_count = 1;
@@ -42,8 +41,7 @@ TEST(MalformedOutput, NullTextsAndArraysFail) {
     records[4].errors = null_line;
     records[5].error_count = 1;
     records[6].warning_count = 1;
-    for (const auto& record : records)
-        EXPECT_NE(failure_of([&] { compile_record(OSTREM, record); }), "");
+    for (const auto& record : records) EXPECT_NE(failure_of([&] { compile_record(OSTREM, record); }), "");
     // Counts of zero make null arrays valid.
     EXPECT_EQ(failure_of([] { compile_record(OSTREM, shadex_outputs{}); }), "");
 }

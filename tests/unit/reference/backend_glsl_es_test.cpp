@@ -36,14 +36,18 @@ TEST(GlslangLog, KeepsOneMessagePerLineWithoutPrefixesOrSummaries) {
         "ERROR: 2 compilation errors.  No code generated.\n\n"
         "ERROR: Linking fragment stage: No function definition (body) found: \n"
         "    shade(\n");
-    EXPECT_EQ(lines.errors, (std::vector<std::string>{"0:5: 'x' : undeclared identifier",
-                                                      "Linking fragment stage: No function definition (body) found: shade("}));
+    EXPECT_EQ(lines.errors,
+              (std::vector<std::string>{"0:5: 'x' : undeclared identifier",
+                                        "Linking fragment stage: No function definition (body) found: shade("}));
     EXPECT_EQ(lines.warnings, std::vector<std::string>{"0:2: 'y' : unused"});
 }
 
 TEST(GlslEsFrontEnd, CompilesEveryVersionToAModuleThatRecordsIt) {
-    const std::vector<std::pair<std::string, uint32_t>> versions = {
-        {"", 100}, {"#version 100\n", 100}, {"#version 300 es\n", 300}, {"#version 310 es\n", 310}, {"#version 320 es\n", 320}};
+    const std::vector<std::pair<std::string, uint32_t>> versions = {{"", 100},
+                                                                    {"#version 100\n", 100},
+                                                                    {"#version 300 es\n", 300},
+                                                                    {"#version 310 es\n", 310},
+                                                                    {"#version 320 es\n", 320}};
     for (const auto& [line, number] : versions) {
         const bool es3 = number >= 300;
         const std::string source = line + "precision mediump float;\n" +
@@ -65,12 +69,15 @@ TEST(GlslEsFrontEnd, CompilesEveryVersionToAModuleThatRecordsIt) {
 TEST(GlslEsFrontEnd, CompilesTheOtherStages) {
     const std::vector<std::pair<Stage, std::string>> shaders = {
         {Stage::Vertex, "#version 300 es\nin vec4 p;\nvoid main() { gl_Position = p; }\n"},
-        {Stage::Compute, "#version 310 es\nlayout(local_size_x = 8) in;\nlayout(std430, binding = 0) buffer B { float v[]; };\n"
-                         "void main() { v[gl_GlobalInvocationID.x] *= 2.0; }\n"},
-        {Stage::Geometry, "#version 320 es\nlayout(points) in;\nlayout(points, max_vertices = 1) out;\n"
-                          "void main() { gl_Position = gl_in[0].gl_Position; EmitVertex(); }\n"},
-        {Stage::TessellationControl, "#version 320 es\nlayout(vertices = 3) out;\n"
-                                     "void main() { gl_TessLevelInner[0] = 1.0; }\n"},
+        {Stage::Compute,
+         "#version 310 es\nlayout(local_size_x = 8) in;\nlayout(std430, binding = 0) buffer B { float v[]; };\n"
+         "void main() { v[gl_GlobalInvocationID.x] *= 2.0; }\n"},
+        {Stage::Geometry,
+         "#version 320 es\nlayout(points) in;\nlayout(points, max_vertices = 1) out;\n"
+         "void main() { gl_Position = gl_in[0].gl_Position; EmitVertex(); }\n"},
+        {Stage::TessellationControl,
+         "#version 320 es\nlayout(vertices = 3) out;\n"
+         "void main() { gl_TessLevelInner[0] = 1.0; }\n"},
     };
     for (const auto& [stage, source] : shaders) {
         FrontEndResult result = compile_glsl_es_source(source, stage, {});
@@ -117,9 +124,11 @@ TEST(OpenglesRules, RefusesWhatTheCoreDoesNotOffer) {
 
     const std::string required = "#version 310 es\n\n#extension GL_EXT_texture_buffer : require\nvoid main() {}\n";
     EXPECT_TRUE(findings(required, new_core).errors.empty());
-    EXPECT_EQ(findings(required, old_core).errors,
-              std::vector<std::string>{"0:3: '#extension' : extension not supported by Koro-L220: GL_EXT_texture_buffer"});
-    RuleFindings enabled = findings("#version 310 es\n#extension GL_EXT_texture_buffer : enable\nvoid main() {}\n", old_core);
+    EXPECT_EQ(
+        findings(required, old_core).errors,
+        std::vector<std::string>{"0:3: '#extension' : extension not supported by Koro-L220: GL_EXT_texture_buffer"});
+    RuleFindings enabled =
+        findings("#version 310 es\n#extension GL_EXT_texture_buffer : enable\nvoid main() {}\n", old_core);
     EXPECT_TRUE(enabled.errors.empty());
     EXPECT_EQ(enabled.warnings.size(), 1u);
 
@@ -139,7 +148,8 @@ TEST(OpenglesRules, EveryListedExtensionCompilesAtEveryVersion) {
                                        "\n#extension " + name + " : require\nvoid main() {}";
             const TileRewrite tile = rewrite_tile_features(source, Stage::Fragment, core, core_features(core));
             EXPECT_TRUE(tile.errors.empty()) << version << " " << name;
-            EXPECT_TRUE(compile_glsl_es_source(tile.source, Stage::Fragment, {}).errors.empty()) << version << " " << name;
+            EXPECT_TRUE(compile_glsl_es_source(tile.source, Stage::Fragment, {}).errors.empty())
+                << version << " " << name;
         }
     }
 }

@@ -1,7 +1,7 @@
 // The plug-in as the program sees it: its catalogue and capabilities, the
 // compile options it reads, and the entry points of the built library.
-#include <gtest/gtest.h>
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <map>
 #include <set>
@@ -87,9 +87,14 @@ TEST(OwnedRecords, ListsFindTheirOwnerFromTheRecordAlone) {
 }
 
 TEST(CompileOptions, ReadsEveryOptionAndRefusesMalformedOnes) {
-    CompileOptions options = parse_compile_options({{"compiler_type", "opencl"}, {"shader_type", "kernel"},
-                                                    {"define", "A=1"}, {"define", "B=2"}, {"kernel_name", "k"},
-                                                    {"cl_std", "CL2.0"}, {"request-pilot", "true"}, {"future", "x"}});
+    CompileOptions options = parse_compile_options({{"compiler_type", "opencl"},
+                                                    {"shader_type", "kernel"},
+                                                    {"define", "A=1"},
+                                                    {"define", "B=2"},
+                                                    {"kernel_name", "k"},
+                                                    {"cl_std", "CL2.0"},
+                                                    {"request-pilot", "true"},
+                                                    {"future", "x"}});
     EXPECT_EQ(options.stage, Stage::Kernel);
     EXPECT_EQ(options.defines, (std::vector<std::string>{"A=1", "B=2"}));
     EXPECT_EQ(options.opencl_version, 200);
@@ -137,7 +142,8 @@ TEST(PluginEntryPoints, NeverLetABadRequestThrough) {
     EXPECT_EQ(compile(nullptr, nullptr), 1u);
 
     auto get_core = plugin.entry<shadex_get_core_specific_capabilities_fn>("shadex_get_core_specific_capabilities");
-    auto release_core = plugin.entry<shadex_release_core_specific_capabilities_fn>("shadex_release_core_specific_capabilities");
+    auto release_core =
+        plugin.entry<shadex_release_core_specific_capabilities_fn>("shadex_release_core_specific_capabilities");
     shadex_hardware_core unknown{"Koro-X1", "r0p0"};
     shadex_core_specific_capabilities capabilities{};
     EXPECT_NE(get_core(&unknown, &capabilities), 0u);

@@ -123,8 +123,8 @@ TEST(SpirvModuleInfo, TellsProbesAndNestingApart) {
     EXPECT_FALSE(has_only_empty_functions(assemble(fragment_assembly())));
     EXPECT_FALSE(has_only_empty_functions(assemble("OpCapability Shader\nOpMemoryModel Logical GLSL450\n")));
 
-    const std::vector<uint32_t> nested = optimised_es_fragment(
-        "c = vec4(0.0);\nif (u > 0.0) { if (u > 1.0) { if (u > 2.0) { c = vec4(u); } } }");
+    const std::vector<uint32_t> nested =
+        optimised_es_fragment("c = vec4(0.0);\nif (u > 0.0) { if (u > 1.0) { if (u > 2.0) { c = vec4(u); } } }");
     EXPECT_EQ(control_flow_nesting_depth(nested), 3u);
 }
 
@@ -132,7 +132,8 @@ TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
     auto trips = [](const std::string& loop) {
         FrontEndResult front = compile_glsl_es_source(
             "#version 310 es\nprecision highp float;\nuniform float u;\nout vec4 c;\nvoid main() {\n"
-            "float sum = 0.0;\n" + loop + " sum += sin(u * float(i));\nc = vec4(sum);\n}\n",
+            "float sum = 0.0;\n" +
+                loop + " sum += sin(u * float(i));\nc = vec4(sum);\n}\n",
             Stage::Fragment, {});
         EXPECT_TRUE(front.errors.empty()) << front.errors.front();
         spvtools::Optimizer optimizer(opengles_environment());
@@ -166,39 +167,40 @@ TEST(LoopTripCounts, LongAndWrappingCounters) {
         {OpSLessThan, true, true, 0, 1, 100000, 100000},
         {OpSLessThanEqual, true, true, 0, 3, 1000, 334},
         {OpSGreaterThan, true, true, 1000, -7, 0, 143},
-        {OpSLessThan, false, true, 1000, -1, 0, 1000},             // 0 < i, counting down
-        {OpSGreaterThanEqual, true, false, 0, 2, 999, 500},         // leaves once i >= 999
+        {OpSLessThan, false, true, 1000, -1, 0, 1000},            // 0 < i, counting down
+        {OpSGreaterThanEqual, true, false, 0, 2, 999, 500},       // leaves once i >= 999
         {OpULessThan, true, true, 0, 1, 0xFFFFFFF0, 0xFFFFFFF0},  // unsigned bounds above INT32_MAX
         {OpINotEqual, true, true, 0, 4, 4000, 1000},
-        {OpINotEqual, true, true, 0, 3, 4000, std::nullopt},       // steps over its bound
-        {OpSLessThan, true, true, 0, -1, 10, std::nullopt},        // walks away from its bound
-        {OpSLessThanEqual, true, true, 0, 1, INT32_MAX, std::nullopt},  // i <= INT_MAX always holds
+        {OpINotEqual, true, true, 0, 3, 4000, std::nullopt},                // steps over its bound
+        {OpSLessThan, true, true, 0, -1, 10, std::nullopt},                 // walks away from its bound
+        {OpSLessThanEqual, true, true, 0, 1, INT32_MAX, std::nullopt},      // i <= INT_MAX always holds
         {OpSLessThan, true, true, 0, 0x40000000, INT32_MAX, std::nullopt},  // wraps round, never ends
         {OpSLessThan, true, true, 10, 1, 5, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.start) + " step " + std::to_string(c.step) + " bound " + std::to_string(c.bound));
-        EXPECT_EQ(reference::counted_iterations(c.comparison, c.counter_on_left, c.stay_when_true, c.start, c.step,
-                                                c.bound),
-                  c.trips);
+        EXPECT_EQ(
+            reference::counted_iterations(c.comparison, c.counter_on_left, c.stay_when_true, c.start, c.step, c.bound),
+            c.trips);
     }
 }
 
 TEST(SpirvOptimiser, UnrollsOnlySmallConstantLoops) {
     auto loops_left = [](const std::string& bound) {
-        return count_loops(optimised_es_fragment(
-            "float sum = 0.0;\nfor (int i = 0; i < " + bound + "; ++i) sum += sin(float(i) * u);\nc = vec4(sum);"));
+        return count_loops(optimised_es_fragment("float sum = 0.0;\nfor (int i = 0; i < " + bound +
+                                                 "; ++i) sum += sin(float(i) * u);\nc = vec4(sum);"));
     };
     EXPECT_EQ(loops_left("4"), 0u);
-    EXPECT_EQ(loops_left("1000"), 1u);      // constant but far too long
-    EXPECT_EQ(loops_left("100000000"), 1u); // and never tried: that would take minutes
-    EXPECT_EQ(loops_left("int(u)"), 1u);    // trip count unknown
+    EXPECT_EQ(loops_left("1000"), 1u);       // constant but far too long
+    EXPECT_EQ(loops_left("100000000"), 1u);  // and never tried: that would take minutes
+    EXPECT_EQ(loops_left("int(u)"), 1u);     // trip count unknown
 }
 
 TEST(SpirvOptimiser, InlinesFoldsAndRemovesDeadCode) {
     std::vector<uint32_t> plain = optimised_es_fragment("c = vec4(u * 2.0);");
     std::vector<uint32_t> noisy = optimised_es_fragment(
-        "float unused = sin(u);\nfloat two = 1.0 + 1.0;\nif (two > 3.0) { c = vec4(cos(u)); return; }\nc = vec4(u * two);");
+        "float unused = sin(u);\nfloat two = 1.0 + 1.0;\nif (two > 3.0) { c = vec4(cos(u)); return; }\nc = vec4(u * "
+        "two);");
     EXPECT_EQ(noisy.size(), plain.size());
     EXPECT_TRUE(validate_module(noisy, opengles_environment()).errors.empty());
 }
@@ -211,7 +213,8 @@ TEST(FeatureChecks, RefuseStagesAndVersionsACoreDoesNotHave) {
         return unsupported_request(api, stage, opencl, core, core_features(core));
     };
     EXPECT_EQ(refusal(Api::OpenGLES, Stage::Geometry, tarsel), "Koro-L220 does not support geometry shaders");
-    EXPECT_EQ(refusal(Api::OpenGLES, Stage::TessellationControl, tarsel), "Koro-L220 does not support tessellation shaders");
+    EXPECT_EQ(refusal(Api::OpenGLES, Stage::TessellationControl, tarsel),
+              "Koro-L220 does not support tessellation shaders");
     EXPECT_EQ(refusal(Api::OpenGLES, Stage::Geometry, pelion), "");
     EXPECT_EQ(refusal(Api::Vulkan, Stage::Fragment, tarsel), "Koro-L220 does not support Vulkan");
     EXPECT_EQ(refusal(Api::Vulkan, Stage::RayGeneration, pelion),
@@ -240,7 +243,8 @@ TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
     std::vector<char> bytes = as_bytes(module);
 
     // A module for another stage than the one asked for.
-    CompileResult wrong_stage = compile_program("openglessl", pelion, vulkan_options(module, Stage::Vertex), bytes.data());
+    CompileResult wrong_stage =
+        compile_program("openglessl", pelion, vulkan_options(module, Stage::Vertex), bytes.data());
     EXPECT_EQ(wrong_stage.errors, std::vector<std::string>{"The module has no vertex entry point"});
 
     CompileOptions named = vulkan_options(module, Stage::Fragment);
@@ -254,7 +258,8 @@ TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
 
     std::vector<char> garbage(bytes.size(), '\x7f');
     std::memcpy(garbage.data(), bytes.data(), 20);  // a good header, nothing after it that parses
-    CompileResult invalid = compile_program("openglessl", pelion, vulkan_options(module, Stage::Fragment), garbage.data());
+    CompileResult invalid =
+        compile_program("openglessl", pelion, vulkan_options(module, Stage::Fragment), garbage.data());
     ASSERT_FALSE(invalid.errors.empty());
     EXPECT_TRUE(invalid.variants.empty());
 

@@ -42,9 +42,9 @@ Statistics main_variant(const std::string& source, const std::string& stage, con
 TEST(CostModel, IndependentMultiplyAddsCostOneFmaPerComponentOnEveryArchitecture) {
     const struct {
         int count;
-        const char* pelion_cycles;   // FMA/CVT/SFU/LS/V/T
-        const char* ostrem_cycles;   // A/LS/V/T: one vec4 operation each
-        const char* tarsel_shortest; // divided by the three arithmetic pipes of Koro-L380
+        const char* pelion_cycles;    // FMA/CVT/SFU/LS/V/T
+        const char* ostrem_cycles;    // A/LS/V/T: one vec4 operation each
+        const char* tarsel_shortest;  // divided by the three arithmetic pipes of Koro-L380
     } cases[] = {
         {1, "1/0/0/0/8/0", "1/0/8/0", "0.333333333"},
         {2, "2/0/0/0/12/0", "2/0/12/0", "0.666666667"},
@@ -87,11 +87,12 @@ TEST(CostModel, TextureSamplesCostMoreForVolumesCubesAndGradients) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.call);
-        const std::string source = std::string("#version 450\n") +
-                                   "layout(set = 0, binding = 0) uniform " + c.sampler + " s;\n" +
+        const std::string source = std::string("#version 450\n") + "layout(set = 0, binding = 0) uniform " + c.sampler +
+                                   " s;\n" +
                                    "layout(location = 0) in vec3 uv;\n"
                                    "layout(location = 0) out vec4 o;\n"
-                                   "void main() { o = " + c.call + "; }\n";
+                                   "void main() { o = " +
+                                   c.call + "; }\n";
         EXPECT_EQ(value(main_variant(source, "fragment"), "cycles"), c.cycles);
     }
 }
@@ -113,8 +114,7 @@ TEST(CostModel, LoopMakesTheLongestPathUnboundedAndTheShortestSkipsIt) {
 
 TEST(CostModel, BranchWithUnequalSidesSeparatesShortestAndLongestPaths) {
     const Statistics branch = main_variant(
-        std::string(FRAGMENT_HEADER) +
-            "void main() { if (a.x > 0.5) o = a * b; else o = sin(a) * cos(b); }\n",
+        std::string(FRAGMENT_HEADER) + "void main() { if (a.x > 0.5) o = a * b; else o = sin(a) * cos(b); }\n",
         "fragment");
     // Compare 1 lane; then side one: 4 FMA lanes; side two: sin and cos take
     // 4 SFU and 4 FMA lanes each, the multiply 4 FMA lanes. a.x is fetched
@@ -125,8 +125,8 @@ TEST(CostModel, BranchWithUnequalSidesSeparatesShortestAndLongestPaths) {
 }
 
 TEST(CostModel, DiscardModifiesCoverageAndEndsTheShortestPath) {
-    const Statistics discard = main_variant(
-        std::string(FRAGMENT_HEADER) + "void main() { if (a.x > 0.5) discard; o = a * b; }\n", "fragment");
+    const Statistics discard =
+        main_variant(std::string(FRAGMENT_HEADER) + "void main() { if (a.x > 0.5) discard; o = a * b; }\n", "fragment");
     EXPECT_EQ(values(discard, "shader_flag"), std::vector<std::string>{"MODIFIES_COVERAGE"});
     EXPECT_EQ(value(discard, "shortest"), "0.25/0/0/0/1/0");
     EXPECT_EQ(value(discard, "longest"), "1.25/0/0/0/8/0");
@@ -174,12 +174,12 @@ TEST(CostModel, ComputeBuffersAndSharedMemoryUseTheLoadStoreUnit) {
 }
 
 TEST(CostModel, AddingWorkNeverLowersTheTotalOnAnyCore) {
-    const char* const cores[] = {"Koro-L220", "Koro-L260", "Koro-L320", "Koro-L330", "Koro-L360", "Koro-L380",
-                                 "Koro-N11", "Koro-N21", "Koro-N22", "Koro-N31", "Koro-N32", "Koro-N36",
-                                 "Koro-N47", "Koro-N58", "Koro-N67", "Koro-N68", "Koro-N68SX", "Koro-N403",
-                                 "Koro-N503", "Koro-N603", "Koro-N703", "Koro-N605", "Koro-N705",
-                                 "Solvaris-N705", "Koro-N607", "Koro-N707", "Solvaris-N707", "Koro-N609",
-                                 "Koro-N709", "Solvaris-N909", "Koro-N1-Ultra"};
+    const char* const cores[] = {
+        "Koro-L220", "Koro-L260",     "Koro-L320",     "Koro-L330", "Koro-L360", "Koro-L380",     "Koro-N11",
+        "Koro-N21",  "Koro-N22",      "Koro-N31",      "Koro-N32",  "Koro-N36",  "Koro-N47",      "Koro-N58",
+        "Koro-N67",  "Koro-N68",      "Koro-N68SX",    "Koro-N403", "Koro-N503", "Koro-N603",     "Koro-N703",
+        "Koro-N605", "Koro-N705",     "Solvaris-N705", "Koro-N607", "Koro-N707", "Solvaris-N707", "Koro-N609",
+        "Koro-N709", "Solvaris-N909", "Koro-N1-Ultra"};
     const reference::AnalysisRequest base = [] {
         reference::AnalysisRequest request;
         request.entry_point = "main";

@@ -29,17 +29,26 @@ TEST(RegisterModel, WorkRegistersArePeakLiveComponents) {
         {"Koro-N68", "highp", "12"},   // a, b and c live at the multiply-add
         {"Koro-N68", "mediump", "6"},  // 16-bit components pack two to a register
         {"Koro-N11", "mediump", "12"},
-        {"Koro-L380", "highp", "3"},   // vec4 registers
+        {"Koro-L380", "highp", "3"},  // vec4 registers
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.core) + " " + c.precision);
         const std::string p = c.precision;
-        const std::string source = "#version 450\n"
-                                   "layout(location = 0) in " + p + " vec4 a;\n"
-                                   "layout(location = 1) in " + p + " vec4 b;\n"
-                                   "layout(location = 2) in " + p + " vec4 c;\n"
-                                   "layout(location = 0) out " + p + " vec4 o;\n"
-                                   "void main() { o = a * b + c; }\n";
+        const std::string source =
+            "#version 450\n"
+            "layout(location = 0) in " +
+            p +
+            " vec4 a;\n"
+            "layout(location = 1) in " +
+            p +
+            " vec4 b;\n"
+            "layout(location = 2) in " +
+            p +
+            " vec4 c;\n"
+            "layout(location = 0) out " +
+            p +
+            " vec4 o;\n"
+            "void main() { o = a * b + c; }\n";
         Options options;
         options.core = c.core;
         const auto result = analyse(source, "fragment", options);
@@ -52,17 +61,18 @@ TEST(RegisterModel, WorkRegistersArePeakLiveComponents) {
 TEST(RegisterModel, LoadsAreScheduledNextToTheirOnlyReader) {
     // Four inputs copied up front, then used one at a time: loaded where
     // they are read, at most the running product and one input are live.
-    const auto result = analyse("#version 450\n"
-                                "layout(location = 0) in vec4 a;\n"
-                                "layout(location = 1) in vec4 b;\n"
-                                "layout(location = 2) in vec4 c;\n"
-                                "layout(location = 3) in vec4 d;\n"
-                                "layout(location = 0) out vec4 o;\n"
-                                "void main() {\n"
-                                "    vec4 ta = a; vec4 tb = b; vec4 tc = c; vec4 td = d;\n"
-                                "    o = ((ta * 2.0) * tb) * tc * td;\n"
-                                "}\n",
-                                "fragment");
+    const auto result = analyse(
+        "#version 450\n"
+        "layout(location = 0) in vec4 a;\n"
+        "layout(location = 1) in vec4 b;\n"
+        "layout(location = 2) in vec4 c;\n"
+        "layout(location = 3) in vec4 d;\n"
+        "layout(location = 0) out vec4 o;\n"
+        "void main() {\n"
+        "    vec4 ta = a; vec4 tb = b; vec4 tc = c; vec4 td = d;\n"
+        "    o = ((ta * 2.0) * tb) * tc * td;\n"
+        "}\n",
+        "fragment");
     ASSERT_EQ(result.variants.size(), 1u);
     EXPECT_EQ(value(result.variants[0], "work_registers_used"), "8");
 }

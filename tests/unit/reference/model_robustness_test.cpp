@@ -71,8 +71,7 @@ TEST(ModelRobustness, MalformedRequestsAreErrorsNotCrashes) {
     EXPECT_EQ(errors_of(unknown_core), std::vector<std::string>{"No cost model for core 'Koro-N99'"});
     reference::AnalysisRequest unknown_entry = request_for(valid);
     unknown_entry.entry_point = "other";
-    EXPECT_EQ(errors_of(unknown_entry),
-              std::vector<std::string>{"Entry point 'other' not found in the SPIR-V module"});
+    EXPECT_EQ(errors_of(unknown_entry), std::vector<std::string>{"Entry point 'other' not found in the SPIR-V module"});
 }
 
 TEST(ModelRobustness, CorruptedModulesNeverCrash) {
@@ -103,9 +102,12 @@ TEST(ModelRobustness, RegistersBeyondTheFileSpillFourBytesEach) {
     using reference::Architecture;
     reference::Statistics statistics;
     reference::add_storage(statistics, reference::architecture_profile(Architecture::Pelion), 70.5, 32, 0);
-    EXPECT_EQ(statistics, (reference::Statistics{{"work_registers_used", "64"}, {"spilling_used", "true"},
-                                                  {"spill_size", "28"}, {"alloca_size", "32"},
-                                                  {"tls_size", "60"}, {"wls_size", "0"}}));
+    EXPECT_EQ(statistics, (reference::Statistics{{"work_registers_used", "64"},
+                                                 {"spilling_used", "true"},
+                                                 {"spill_size", "28"},
+                                                 {"alloca_size", "32"},
+                                                 {"tls_size", "60"},
+                                                 {"wls_size", "0"}}));
     statistics.clear();
     reference::add_storage(statistics, reference::architecture_profile(Architecture::Tarsel), 17, 0, 0);
     EXPECT_EQ(value(statistics, "spill_size"), "16");  // one vec4 register

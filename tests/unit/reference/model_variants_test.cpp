@@ -83,8 +83,7 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
     EXPECT_EQ(value(*position, "position_attribute_symbols"), symbol("a_position", 0));
     // Varying: vec3 multiply (3 lanes), two attribute reads, two varying writes.
     EXPECT_EQ(value(*varying, "cycles"), "0.75/0/0/4/0/0");
-    EXPECT_EQ(value(*varying, "varying_attribute_symbols"),
-              symbol("a_uv", 1) + "," + symbol("a_normal", 2));
+    EXPECT_EQ(value(*varying, "varying_attribute_symbols"), symbol("a_uv", 1) + "," + symbol("a_normal", 2));
 
     reference::AnalysisRequest open_gl;
     open_gl.module = compile(VERTEX_SHADER, "vertex");
@@ -107,10 +106,16 @@ TEST(VariantModel, MediumPrecisionArithmeticPacksTwoPerLane) {
     const std::string body =
         "layout(location = 0) out vec4 o;\n"
         "void main() { o = a * a + vec4(b * b, 1.0); }\n";
-    const auto half = analyse("#version 450\nlayout(location = 0) in mediump vec4 a;\n"
-                              "layout(location = 1) in mediump vec3 b;\n" + body, "fragment");
-    const auto full = analyse("#version 450\nlayout(location = 0) in vec4 a;\n"
-                              "layout(location = 1) in vec3 b;\n" + body, "fragment");
+    const auto half = analyse(
+        "#version 450\nlayout(location = 0) in mediump vec4 a;\n"
+        "layout(location = 1) in mediump vec3 b;\n" +
+            body,
+        "fragment");
+    const auto full = analyse(
+        "#version 450\nlayout(location = 0) in vec4 a;\n"
+        "layout(location = 1) in vec3 b;\n" +
+            body,
+        "fragment");
     ASSERT_EQ(half.variants.size(), 1u);
     ASSERT_EQ(full.variants.size(), 1u);
     // vec4 multiply-add and vec3 multiply: 7 lanes at 32 bits, 2 + 2 at 16
@@ -123,8 +128,11 @@ TEST(VariantModel, MediumPrecisionArithmeticPacksTwoPerLane) {
 
     Options ostrem;
     ostrem.core = "Koro-N11";
-    const auto older = analyse("#version 450\nlayout(location = 0) in mediump vec4 a;\n"
-                               "layout(location = 1) in mediump vec3 b;\n" + body, "fragment", ostrem);
+    const auto older = analyse(
+        "#version 450\nlayout(location = 0) in mediump vec4 a;\n"
+        "layout(location = 1) in mediump vec3 b;\n" +
+            body,
+        "fragment", ostrem);
     ASSERT_EQ(older.variants.size(), 1u);
     EXPECT_EQ(value(older.variants[0], "part_float16"), "1");
     EXPECT_EQ(value(older.variants[0], "part_v2float16_underused"), "<missing>");

@@ -43,10 +43,8 @@ TEST(OpenCLChildProcess, ArgumentsReachTheProgramUntouched) {
 TEST(OpenCLChildProcess, FailuresAreReported) {
     TemporaryDirectory directory("child-test");
     const std::string output = directory.file("out.txt");
-    EXPECT_THROW(run_child_process({"no-such-program-here"}, directory.path(), output, 10s),
-                 std::runtime_error);
-    EXPECT_THROW(run_child_process({"true"}, directory.file("no-such-dir"), output, 10s),
-                 std::runtime_error);
+    EXPECT_THROW(run_child_process({"no-such-program-here"}, directory.path(), output, 10s), std::runtime_error);
+    EXPECT_THROW(run_child_process({"true"}, directory.file("no-such-dir"), output, 10s), std::runtime_error);
     EXPECT_EQ(find_executable("no-such-program-here"), "");
     EXPECT_NE(find_executable("sh"), "");
 

@@ -34,8 +34,10 @@ public:
         setenv("TMP", value.c_str(), 1);
     }
     ~ScopedTmp() {
-        if (had_old_) setenv("TMP", old_.c_str(), 1);
-        else unsetenv("TMP");
+        if (had_old_)
+            setenv("TMP", old_.c_str(), 1);
+        else
+            unsetenv("TMP");
     }
 
 private:
@@ -126,9 +128,10 @@ TEST(OpenCLFrontEnd, MissingKernelIsAClearError) {
     EXPECT_TRUE(contains(result.errors[0], "no kernel")) << result.errors[0];
 
     // A call of a function defined nowhere cannot be linked into a program.
-    result = compile_opencl_source("int combine(int a, int b);\n"
-                                   "kernel void k(global int* p) { p[0] = combine(p[1], p[2]); }\n",
-                                   "k", "CL1.2", {});
+    result = compile_opencl_source(
+        "int combine(int a, int b);\n"
+        "kernel void k(global int* p) { p[0] = combine(p[1], p[2]); }\n",
+        "k", "CL1.2", {});
     ASSERT_EQ(result.errors.size(), 2u);
     EXPECT_TRUE(contains(result.errors[0], "'combine'")) << result.errors[0];
     EXPECT_TRUE(result.module.empty());
@@ -142,9 +145,9 @@ TEST(OpenCLFrontEnd, DefinesArePassedVerbatim) {
     // only compiles when the string literal arrives byte for byte.
     const std::string text = "a;b|c&&d $(touch pwned) `touch pwned2` 'q' * ~ > out";
     const std::string define = "TEXT=\"" + text + "\"";
-    const std::string source =
-        "typedef char size_check[sizeof(TEXT) == " + std::to_string(text.size() + 1) + " ? 1 : -1];\n"
-        "kernel void k(global char* out) { out[0] = TEXT[EXTRA]; }\n";
+    const std::string source = "typedef char size_check[sizeof(TEXT) == " + std::to_string(text.size() + 1) +
+                               " ? 1 : -1];\n"
+                               "kernel void k(global char* out) { out[0] = TEXT[EXTRA]; }\n";
     reference::TemporaryDirectory tmp("defines-test");
     ScopedTmp scoped(tmp.path());
     auto result = compile_opencl_source(source, "k", "CL1.2", {define, "EXTRA=2"});

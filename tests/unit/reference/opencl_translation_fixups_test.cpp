@@ -45,9 +45,9 @@ Words labels_in_order(const Words& module) {
     return labels;
 }
 
-constexpr uint32_t OP_NAME = 5, OP_DECORATE = 71, OP_ENTRY_POINT = 15, OP_TYPE_VOID = 19, OP_TYPE_INT = 21, OP_TYPE_FUNCTION = 33,
-                   OP_CONSTANT = 43, OP_TYPE_POINTER = 32, OP_FUNCTION = 54, OP_FUNCTION_END = 56,
-                   OP_VARIABLE = 59, OP_LABEL = 248, OP_BRANCH = 249, OP_BRANCH_CONDITIONAL = 250,
+constexpr uint32_t OP_NAME = 5, OP_DECORATE = 71, OP_ENTRY_POINT = 15, OP_TYPE_VOID = 19, OP_TYPE_INT = 21,
+                   OP_TYPE_FUNCTION = 33, OP_CONSTANT = 43, OP_TYPE_POINTER = 32, OP_FUNCTION = 54,
+                   OP_FUNCTION_END = 56, OP_VARIABLE = 59, OP_LABEL = 248, OP_BRANCH = 249, OP_BRANCH_CONDITIONAL = 250,
                    OP_SWITCH = 251, OP_RETURN = 253;
 
 }  // namespace
@@ -58,10 +58,14 @@ TEST(OpenCLTranslationFixups, BlocksFollowTheirDominators) {
     ModuleBuilder m;
     m.op(OP_TYPE_VOID, {1}).op(OP_TYPE_FUNCTION, {2, 1});
     m.op(OP_FUNCTION, {1, 10, 0, 2})
-        .op(OP_LABEL, {20}).op(OP_BRANCH, {22})
-        .op(OP_LABEL, {21}).op(OP_RETURN)
-        .op(OP_LABEL, {23}).op(OP_BRANCH, {21})
-        .op(OP_LABEL, {22}).op(OP_BRANCH_CONDITIONAL, {5, 21, 21})
+        .op(OP_LABEL, {20})
+        .op(OP_BRANCH, {22})
+        .op(OP_LABEL, {21})
+        .op(OP_RETURN)
+        .op(OP_LABEL, {23})
+        .op(OP_BRANCH, {21})
+        .op(OP_LABEL, {22})
+        .op(OP_BRANCH_CONDITIONAL, {5, 21, 21})
         .op(OP_FUNCTION_END);
     m.op(OP_FUNCTION, {1, 11, 0, 2}).op(OP_LABEL, {30}).op(OP_RETURN).op(OP_FUNCTION_END);
     Words module = m.words;
@@ -82,10 +86,14 @@ TEST(OpenCLTranslationFixups, SwitchTargetsFollowTheSelectorWidth) {
     m.op(OP_TYPE_VOID, {1}).op(OP_TYPE_FUNCTION, {2, 1}).op(OP_TYPE_INT, {3, 64, 0});
     m.op(OP_CONSTANT, {3, 4, 7, 0});
     m.op(OP_FUNCTION, {1, 10, 0, 2})
-        .op(OP_LABEL, {20}).op(OP_SWITCH, {4, 21, 7, 0, 22})
-        .op(OP_LABEL, {21}).op(OP_RETURN)
-        .op(OP_LABEL, {23}).op(OP_RETURN)
-        .op(OP_LABEL, {22}).op(OP_BRANCH, {21})
+        .op(OP_LABEL, {20})
+        .op(OP_SWITCH, {4, 21, 7, 0, 22})
+        .op(OP_LABEL, {21})
+        .op(OP_RETURN)
+        .op(OP_LABEL, {23})
+        .op(OP_RETURN)
+        .op(OP_LABEL, {22})
+        .op(OP_BRANCH, {21})
         .op(OP_FUNCTION_END);
     Words module = m.words;
     order_blocks_by_dominance(module);

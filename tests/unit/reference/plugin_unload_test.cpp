@@ -1,8 +1,8 @@
 // Closing the graphics plug-in gives back what its OpenGL ES front end keeps
 // between compiles: open, compile and close cycles leave the heap where the
 // first cycle left it.
-#include <gtest/gtest.h>
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 #include <malloc.h>
 
 #include <cstddef>
@@ -32,8 +32,7 @@ void open_compile_close() {
     ASSERT_TRUE(compile && release);
 
     const char* options[] = {"compiler_type", "openglessl", "shader_type", "fragment"};
-    const char* source =
-        "#version 300 es\nprecision mediump float;\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n";
+    const char* source = "#version 300 es\nprecision mediump float;\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n";
     shadex_inputs inputs{};
     inputs.source = source;
     inputs.options = {4, 0, options};

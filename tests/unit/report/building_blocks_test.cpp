@@ -20,18 +20,15 @@ TEST(LimitingPipes, TiesNegativesAndZeros) {
     EXPECT_THROW(get_limiting_pipes(names, {1.0f}), std::out_of_range);
 
     EXPECT_EQ(PipeLimitList{}.to_json().dump(), "[null]");
-    EXPECT_EQ((PipeLimitList{{"arithmetic", "texture"}}.to_json().dump()),
-              R"(["arithmetic","texture"])");
+    EXPECT_EQ((PipeLimitList{{"arithmetic", "texture"}}.to_json().dump()), R"(["arithmetic","texture"])");
 }
 
 TEST(PerfTableRow, HeaderAndDataRows) {
     Labels names = {"A", "LS", "T"};
     EXPECT_EQ(get_perf_table_row(names), "      A      LS       T    Bound");
-    EXPECT_EQ(get_perf_table_row(names, {12.0f, -1.0f, 0.125f}),
-              "  12.00     N/A    0.12      N/A");
+    EXPECT_EQ(get_perf_table_row(names, {12.0f, -1.0f, 0.125f}), "  12.00     N/A    0.12      N/A");
     // Nothing is truncated: wide cells push the rest of the row along.
-    EXPECT_EQ(get_perf_table_row(names, {12345.0f, 12345.0f, 12345.0f}),
-              "12345.00 12345.00 12345.00 A, LS, T");
+    EXPECT_EQ(get_perf_table_row(names, {12345.0f, 12345.0f, 12345.0f}), "12345.00 12345.00 12345.00 A, LS, T");
     EXPECT_EQ(get_perf_table_row({}), "   Bound");
     EXPECT_EQ(get_perf_table_row({}, {}), "     N/A");
 }

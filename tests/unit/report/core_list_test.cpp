@@ -12,8 +12,7 @@ TEST(CoreList, EmptyCatalogue) {
     CompilerManager manager("/nonexistent-shadex-dir");
     std::ostringstream text, json;
     print_available_cores(text, manager, ReportFormat::Text);
-    EXPECT_EQ(text.str(),
-              "\nUse \"shadex --info --core <name>\" to get details about a specific GPU.\n");
+    EXPECT_EQ(text.str(), "\nUse \"shadex --info --core <name>\" to get details about a specific GPU.\n");
     print_available_cores(json, manager, ReportFormat::Json);
     EXPECT_EQ(json.str(), R"({"cores":[],"producer":{"build":"73b41e","documentation":")" +
                               get_json_producer_header()["documentation"].get<std::string>() +

@@ -13,9 +13,18 @@ using nlohmann::json;
 
 namespace {
 
-const Texts STATISTICS = {"work_registers_used", "16", "pipe_names", "A1/A2/A3/LS/T",
-                          "cycles", "8/8/8/1/4", "shortest", "8/8/8/1/4", "longest", "8/8/8/1/4",
-                          "position_attribute_symbols", "pos:0"};
+const Texts STATISTICS = {"work_registers_used",
+                          "16",
+                          "pipe_names",
+                          "A1/A2/A3/LS/T",
+                          "cycles",
+                          "8/8/8/1/4",
+                          "shortest",
+                          "8/8/8/1/4",
+                          "longest",
+                          "8/8/8/1/4",
+                          "position_attribute_symbols",
+                          "pos:0"};
 
 json shader_json(const CompileOutput& output, const std::string& filename = "shader.vert") {
     std::ostringstream out;
@@ -26,23 +35,20 @@ json shader_json(const CompileOutput& output, const std::string& filename = "sha
 }  // namespace
 
 TEST(JsonReport, FileNamesStreamsAndPipelines) {
-    const Target pelion{ArchitectureType::Pelion, "Koro-N68", CompilerType::OpenGLES,
-                        SourceType::Vertex};
+    const Target pelion{ArchitectureType::Pelion, "Koro-N68", CompilerType::OpenGLES, SourceType::Vertex};
     json shader = shader_json(compile(pelion, {STATISTICS}), "-");
     EXPECT_EQ(shader["filename"], "STDIN");
     EXPECT_EQ(shader["hardware"]["pipelines"].size(), 7u);
     EXPECT_EQ(shader["hardware"]["pipelines"][1]["name"], "arith_cvt");  // in byte order
     EXPECT_TRUE(shader.contains("attribute_streams"));
     // Tarsel reports no attribute streams.
-    const Target tarsel{ArchitectureType::Tarsel, "Koro-L380", CompilerType::OpenGLES,
-                        SourceType::Vertex};
+    const Target tarsel{ArchitectureType::Tarsel, "Koro-L380", CompilerType::OpenGLES, SourceType::Vertex};
     EXPECT_FALSE(shader_json(compile(tarsel, {with_pipes({"position_attribute_symbols", "pos:0"})}))
                      .contains("attribute_streams"));
 }
 
 TEST(JsonReport, InvalidUtf8StillGivesADocument) {
-    json shader = shader_json(compile(Target{}, {with_pipes({})}, {}, {"bad byte \xff here"}),
-                              "sha\xc3(der.frag");
+    json shader = shader_json(compile(Target{}, {with_pipes({})}, {}, {"bad byte \xff here"}), "sha\xc3(der.frag");
     EXPECT_EQ(shader["warnings"][0], "bad byte \xef\xbf\xbd here");
 }
 
@@ -56,8 +62,7 @@ TEST(JsonReport, UnreportedSizesAndPercentages) {
     variant.stack_size = 0;
     const json shader = shader_json(output);
     std::map<std::string, json> values;
-    for (const auto& entry : shader["variants"][0]["properties"])
-        values[entry["name"]] = entry["value"];
+    for (const auto& entry : shader["variants"][0]["properties"]) values[entry["name"]] = entry["value"];
     EXPECT_EQ(values.count("stack_size"), 0u);
     EXPECT_EQ(values.count("stack_spill_bytes"), 0u);
     EXPECT_EQ(values.at("stack_alloca_bytes"), 0);

@@ -22,9 +22,7 @@ std::string context(const std::string& message, const std::vector<std::string>& 
     return out.str();
 }
 
-bool contains(const std::string& text, const std::string& piece) {
-    return text.find(piece) != std::string::npos;
-}
+bool contains(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
 const Target KERNEL{ArchitectureType::Pelion, "Koro-N68", CompilerType::OpenCL, SourceType::Kernel};
 
@@ -38,19 +36,20 @@ TEST(TextReport, ErrorContextWindow) {
         {"0:3: bad", "     two\n  >> three\n     \n"},  // the last line shown is empty
         {"0:4: bad", "     three\n  >> \n"},
         {"0: 2 : text", "     one\n  >> two\n     three\n\n"},
-        {"0:5: beyond the end", ""}, {"0:0: line zero", ""}, {"0:2", ""}, {"0:2:", ""},
+        {"0:5: beyond the end", ""},
+        {"0:0: line zero", ""},
+        {"0:2", ""},
+        {"0:2:", ""},
         {"0:2: X0000: marked", ""},
     };
-    for (const auto& [message, quoted] : cases)
-        EXPECT_EQ(context(message, lines), quoted) << message;
+    for (const auto& [message, quoted] : cases) EXPECT_EQ(context(message, lines), quoted) << message;
     EXPECT_EQ(context("0:2:x", {"a", "b"}), "     a\n  >> b\n\n");
     EXPECT_THROW(context("0:abc: text", lines), std::invalid_argument);
     EXPECT_THROW(context("0:99999999999: text", lines), std::out_of_range);
 }
 
 TEST(TextReport, MessageSectionBlankLines) {
-    const Target vulkan{ArchitectureType::Ostrem, "Koro-N68", CompilerType::Vulkan,
-                        SourceType::Fragment};
+    const Target vulkan{ArchitectureType::Ostrem, "Koro-N68", CompilerType::Vulkan, SourceType::Fragment};
     const struct {
         Target target;
         std::string error, note, expected;
@@ -79,8 +78,9 @@ TEST(TextReport, StackAndSixteenBitBoundaries) {
     variant.tls_size = -1;
     variant.fp16_percent = 0;
     variant.v2fp16_underused_percent = -1;
-    EXPECT_TRUE(contains(text_report(output), "(0% used)\nStack spilling: false\n"
-                                              "16-bit arithmetic: 0%\n\n"));
+    EXPECT_TRUE(contains(text_report(output),
+                         "(0% used)\nStack spilling: false\n"
+                         "16-bit arithmetic: 0%\n\n"));
     variant.tls_size = 8;
     variant.stack_size = -1;
     variant.spill_size = 0;
@@ -90,18 +90,15 @@ TEST(TextReport, StackAndSixteenBitBoundaries) {
 
 TEST(TextReport, KernelTitleSharedStorageAndEmptyBinary) {
     std::string report = text_report(
-        compile(KERNEL, {{"kernel_name", "reduce", "work_registers_used", "64", "wls_size", "256",
-                          "pipe_names", "A1/A2/A3/LS/T", "cycles", "8/8/8/1/4", "shortest",
-                          "8/8/8/1/4", "longest", "8/8/8/1/4"}}));
-    EXPECT_TRUE(contains(
-        report,
-        "Kernel 'reduce'\n===============\n\nWork registers: 64 (100% used at 50% occupancy)\n"))
+        compile(KERNEL, {{"kernel_name", "reduce", "work_registers_used", "64", "wls_size", "256", "pipe_names",
+                          "A1/A2/A3/LS/T", "cycles", "8/8/8/1/4", "shortest", "8/8/8/1/4", "longest", "8/8/8/1/4"}}));
+    EXPECT_TRUE(
+        contains(report, "Kernel 'reduce'\n===============\n\nWork registers: 64 (100% used at 50% occupancy)\n"))
         << report;
     EXPECT_TRUE(contains(report, "Shared storage size: 256 bytes\n"));
 
     CompileOutput empty = compile(KERNEL, {});
     empty.errors.clear();  // the empty-program error is not what this checks
     EXPECT_TRUE(
-        contains(text_report(empty),
-                 "Shader type: OpenCL Kernel\n\nCompilation produced an empty shader binary.\n"));
+        contains(text_report(empty), "Shader type: OpenCL Kernel\n\nCompilation produced an empty shader binary.\n"));
 }

@@ -8,14 +8,15 @@ namespace {
 using Texts = std::vector<std::string>;
 
 TEST(SuiteEntries, KernelsAreFoundByReadingTheSource) {
-    EXPECT_EQ(opencl_kernel_names("// kernel void commented(int a) {}\n"
-                                  "/* __kernel void also_not() */\n"
-                                  "const char* s = \"kernel void quoted(\";\n"
-                                  "__kernel __attribute__((reqd_work_group_size(8, 1, 1))) void first(global int* a) {}\n"
-                                  "void helper(void) {}\n"
-                                  "kernel\nvoid\nsecond (global int* a) {}\n"
-                                  "kernel void first(global int* a);\n"),
-              (Texts{"first", "second"}));
+    EXPECT_EQ(
+        opencl_kernel_names("// kernel void commented(int a) {}\n"
+                            "/* __kernel void also_not() */\n"
+                            "const char* s = \"kernel void quoted(\";\n"
+                            "__kernel __attribute__((reqd_work_group_size(8, 1, 1))) void first(global int* a) {}\n"
+                            "void helper(void) {}\n"
+                            "kernel\nvoid\nsecond (global int* a) {}\n"
+                            "kernel void first(global int* a);\n"),
+        (Texts{"first", "second"}));
 }
 
 TEST(SuiteEntries, ListLinesSplitLikeAShellAndKeepTheirRules) {
