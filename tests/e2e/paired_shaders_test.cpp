@@ -20,7 +20,8 @@ namespace {
 
 const std::vector<std::string> EVERY_ARCHITECTURE = {"Koro-L380", "Koro-N22", "Koro-N68", "Koro N1"};
 const std::vector<std::string> PELION_AND_LATER = {"Koro-N68", "Koro N1"};
-const std::vector<std::string> VALHALL_PROPERTIES = {"Koro-N22", "Koro-N68", "Koro N1"};  // fragment properties
+// Cores whose reports carry the fragment properties.
+const std::vector<std::string> PROPERTY_CORES = {"Koro-N22", "Koro-N68", "Koro N1"};
 constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 
 struct Version {
@@ -305,12 +306,12 @@ const Case CASES[] = {
      {"a.frag", es_fragment("in vec4 v;", "color = v;")},
      {"b.frag", es_fragment("in vec4 v;", "if (v.a < 0.5) discard;\ncolor = v;")},
      that([](const Figures& f) { return property_is(f, "modifies_coverage", true); }),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"DepthWriteUpdatesLate",
      {"a.frag", es_fragment("in vec4 v;", "color = v;")},
      {"b.frag", es_fragment("in vec4 v;", "color = v;\ngl_FragDepth = v.z;")},
      that([](const Figures& f) { return property_is(f, "uses_late_zs_update", true); }),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"UniformOnlyWorkIsUniformComputation",
      {"a.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * 2.0;")},
      {"b.frag", es_fragment("uniform vec4 u;\nin vec4 v;", "color = v * normalize(u * u + u);")},
@@ -463,25 +464,25 @@ const Case CASES[] = {
      {"a.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
      {"b.frag", with_extension("GL_EXT_shader_framebuffer_fetch", "inout vec4 color;", "color = color * 0.5;")},
      reads_tile("reads_color_buffer"),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"TheLastFragmentColourIsReadFromTheTile",
      {"a.frag", with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = vec4(0.5);")},
      {"b.frag",
       with_extension("GL_OVYN_shader_framebuffer_fetch", "out vec4 color;", "color = gl_LastFragColorOVYN * 0.5;")},
      reads_tile("reads_color_buffer"),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"FetchingDepthAndStencilMakesTheUpdateLate",
      {"a.frag",
       with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;", "color = vec4(0.5);")},
      {"b.frag", with_extension("GL_OVYN_shader_framebuffer_fetch_depth_stencil", "out vec4 color;",
                                "color = vec4(gl_LastFragDepthOVYN, float(gl_LastFragStencilOVYN), 0.0, 1.0);")},
      reads_tile("uses_late_zs_update"),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"PixelLocalStorageIsReadAndWrittenOnTheTile",
      {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "")},
      {"b.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.colour *= 0.5;\npls.depth += 1.0;")},
      reads_tile("reads_color_buffer"),
-     VALHALL_PROPERTIES},
+     PROPERTY_CORES},
     {"PixelLocalStorageNeedsASecondGenerationCore",
      {"a.frag", with_extension(PIXEL_LOCAL, PLS_BLOCK, "pls.depth = 1.0;")},
      {},
