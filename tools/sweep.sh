@@ -22,6 +22,8 @@
 #                     this script)
 #   SWEEP_LIST_LIMIT  unexpected files listed per core in the summary
 #                     (default 40; the full list is in the log directory)
+#   SWEEP_ONE_PROCESS set: one shadex process per run, even when shadex-suite
+#                     is beside shadex (which otherwise runs them all)
 #
 # What runs where. Include files are compiled only through the files that
 # include them. A file runs on a core only when `shadex --info` says the core
@@ -33,10 +35,11 @@
 #   - ray-tracing stages: SPV_KHR_ray_tracing among the SPIR-V extensions.
 # Any other combination runs. Skipped combinations are counted, not judged.
 #
-# How each run is called: from the file's own directory (so relative includes
-# resolve as when the manifest was made), with --opengles or --vulkan by the
-# manifest's API; an OpenCL file with --opencl 1.2 and --name set to the first
-# kernel defined in it.
+# How each run is called: with --opengles or --vulkan by the manifest's API; an
+# OpenCL file with --opencl 1.2 and --name set to the first kernel defined in
+# it. Through shadex-suite (the default when it is beside shadex), one list of
+# absolute paths per core; one process per file runs from the file's own
+# directory. Includes resolve beside the including file either way.
 #
 # Expectations: valid=yes must exit 0 and valid=no must exit 1; valid=unknown
 # (the OpenCL kernels, most of which need defines from their host program) may
@@ -302,17 +305,27 @@ main() {
     unset offers
   done
 
-  echo "Sweeping $corpus with $shadex: $run_count runs on $SWEEP_CORES ($jobs at a time, ${SWEEP_TIMEOUT} s limit each)"
   local results="$SWEEP_LOG_DIR/results.tsv"
   : >"$results"
-  xargs -0 -n 7 -P "$jobs" -a "$run_list" "$BASH" "$0" --run-one >"$results" &
-  local runner=$! waited=0
-  while kill -0 "$runner" 2>/dev/null; do
-    sleep 1
-    waited=$((waited + 1))
-    ((waited % 60 == 0)) && echo "  $(wc -l <"$results") of $run_count runs done"
-  done
-  wait "$runner"
+  # shadex-suite beside shadex runs the same job in warm workers, far faster;
+  # SWEEP_ONE_PROCESS=1 runs one shadex process per file instead.
+  local suite
+  suite=$(dirname "$shadex")/shadex-suite
+  if [[ -x $suite && -z ${SWEEP_ONE_PROCESS:-} ]]; then
+    echo "Sweeping $corpus with $suite: $run_count runs on $SWEEP_CORES ($jobs workers, ${SWEEP_TIMEOUT} s limit each)"
+    python3 "$(dirname "$0")/sweep_suite.py" "$run_list" "$suite" "$jobs" "$SWEEP_TIMEOUT" "$SWEEP_LOG_DIR" \
+      "$corpus" >"$results" || echo "Sweep: shadex-suite did not finish." >&2
+  else
+    echo "Sweeping $corpus with $shadex: $run_count runs on $SWEEP_CORES ($jobs at a time, ${SWEEP_TIMEOUT} s limit each)"
+    xargs -0 -n 7 -P "$jobs" -a "$run_list" "$BASH" "$0" --run-one >"$results" &
+    local runner=$! waited=0
+    while kill -0 "$runner" 2>/dev/null; do
+      sleep 1
+      waited=$((waited + 1))
+      ((waited % 60 == 0)) && echo "  $(wc -l <"$results") of $run_count runs done"
+    done
+    wait "$runner"
+  fi
   sort -t $'\t' -k5,5 -k1,1 -o "$results" "$results"
 
   local unexpected_list="$SWEEP_LOG_DIR/unexpected.txt"
