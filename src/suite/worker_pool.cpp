@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <stdexcept>
 #include <vector>
 
@@ -74,6 +76,7 @@ bool read_text(int fd, std::string& text) {
 
 struct Worker {
     pid_t pid = -1;
+    std::string scratch;  // its own temporary directory (TMP, TMPDIR)
     int requests = -1;  // parent writes task numbers
     int replies = -1;   // parent reads outcomes
     bool busy = false;
@@ -89,9 +92,20 @@ Worker start_worker(const std::function<TaskOutcome(size_t)>& task, const std::v
         close(to_worker[1]);
         throw std::runtime_error("Cannot start a worker: " + std::string(strerror(errno)));
     }
+    // Whatever a run leaves in its temporary directory when it is killed goes
+    // with the worker's own directory.
+    const char* tmp = std::getenv("TMP");
+    std::string scratch = std::string(tmp && *tmp ? tmp : "/tmp") + "/shadex-worker-XXXXXX";
+    if (mkdtemp(scratch.data()) == nullptr) scratch.clear();
     pid_t pid = fork();
     if (pid < 0) throw std::runtime_error("Cannot start a worker: " + std::string(strerror(errno)));
     if (pid == 0) {
+        // Its own process group: stopping it stops the tools it runs too.
+        setpgid(0, 0);
+        if (!scratch.empty()) {
+            setenv("TMP", scratch.c_str(), 1);
+            setenv("TMPDIR", scratch.c_str(), 1);
+        }
         // The other workers' pipes are not this one's business: holding them
         // open would hide their end from the parent.
         for (const Worker& other : others) {
@@ -104,8 +118,10 @@ Worker start_worker(const std::function<TaskOutcome(size_t)>& task, const std::v
     }
     close(to_worker[0]);
     close(from_worker[1]);
+    setpgid(pid, pid);  // as the child does, whichever runs first
     Worker worker;
     worker.pid = pid;
+    worker.scratch = scratch;
     worker.requests = to_worker[1];
     worker.replies = from_worker[0];
     return worker;
@@ -113,12 +129,16 @@ Worker start_worker(const std::function<TaskOutcome(size_t)>& task, const std::v
 
 // Ends a worker for good and says how it ended.
 std::string stop_worker(Worker& worker, bool kill_it) {
-    if (kill_it) kill(worker.pid, SIGKILL);
+    if (kill_it) kill(-worker.pid, SIGKILL);
     close(worker.requests);
     close(worker.replies);
     int status = 0;
     while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {}
     worker.pid = -1;
+    if (!worker.scratch.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove_all(worker.scratch, ignored);
+    }
     if (WIFSIGNALED(status))
         return "stopped by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
     return "ended without a result (exit status " + std::to_string(WEXITSTATUS(status)) + ")";
