@@ -156,10 +156,13 @@ TEST(Suite, ACrashOrAHangEndsOnlyItsOwnRun) {
     for (const char* name : {"a.frag", "b.frag", "c.frag", "d.frag"}) files.write(name, "void main() {}\n");
     files.write("crash.frag", "// CRASH\nvoid main() {}\n");
     files.write("hang.frag", "// HANG\nvoid main() {}\n");
+    TempDir scratch;  // TMP of the run: the workers' own directories go with them
     RunOptions options;
     options.working_dir = files.path();
+    options.env = {{"TMP", scratch.path()}, {"TMPDIR", scratch.path()}};
     json document =
         parse_results(install.run_suite({"run", "-q", "-j", "2", "--timeout", "2", "-c", "Koro-N68", "."}, options));
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
     ASSERT_EQ(document["records"].size(), 6u);
     for (const json& record : document["records"]) {
         const std::string id = record["id"];
