@@ -534,6 +534,9 @@ const Case CASES[] = {
      {"Koro-N22", "Koro-N68", "Koro N1"}},
 };
 
+// Test listings name a case, not its bytes.
+void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
+
 class PairedShaders : public ::testing::TestWithParam<Case> {
 protected:
     TempDir files;

@@ -3,9 +3,14 @@
 #include <glslang/Public/ResourceLimits.h>
 #include <glslang/Public/ShaderLang.h>
 #include <glslang/SPIRV/GlslangToSpv.h>
-#include <spirv-tools/optimizer.hpp>
+#include <glslang/SPIRV/spirv.hpp>
+
+#include "glsl_es_front_end.h"
+#include "spirv_optimiser.h"
+#include "spirv_validation.h"
 
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 
 namespace model_test {
@@ -42,39 +47,18 @@ std::vector<uint32_t> compile(const std::string& source, const std::string& stag
     glslang::GlslangToSpv(*program.getIntermediate(language), module);
     if (!optimise) return module;
 
-    spvtools::Optimizer optimizer(SPV_ENV_VULKAN_1_1);
-    optimizer.RegisterPerformancePasses();
-    std::vector<uint32_t> optimised;
-    if (!optimizer.Run(module.data(), module.size(), &optimised)) throw std::runtime_error("optimiser failed");
-    return optimised;
+    // The back-end's own optimiser, as a compile runs it.
+    return reference::optimise_module(module, reference::vulkan_environment(130));
 }
 
 std::vector<uint32_t> compile_es(const std::string& source, const std::string& stage) {
-    static const bool initialised = glslang::InitializeProcess();
-    (void)initialised;
-    const EShLanguage language = language_of(stage);
-    glslang::TShader shader(language);
-    const char* text = source.c_str();
-    shader.setStrings(&text, 1);
-    shader.setEnvInput(glslang::EShSourceGlsl, language, glslang::EShClientNone, 0);
-    shader.setEnvClient(glslang::EShClientNone, glslang::EShTargetClientVersion(0));
-    shader.setEnvTarget(glslang::EShTargetNone, glslang::EShTargetLanguageVersion(0));
-    if (!shader.parse(GetDefaultResources(), 100, EEsProfile, false, false, EShMsgDefault)) {
-        throw std::runtime_error(shader.getInfoLog());
-    }
-    glslang::TProgram program;
-    program.addShader(&shader);
-    if (!program.link(EShMsgDefault)) throw std::runtime_error(program.getInfoLog());
-    std::vector<uint32_t> module;
-    glslang::GlslangToSpv(*program.getIntermediate(language), module);
-    module[1] = 0x00010000;
-    spvtools::Optimizer optimizer(SPV_ENV_UNIVERSAL_1_0);
-    optimizer.RegisterPerformancePasses();
-    std::vector<uint32_t> optimised;
-    spvtools::OptimizerOptions options;
-    options.set_run_validator(false);
-    if (!optimizer.Run(module.data(), module.size(), &optimised, options)) throw std::runtime_error("optimiser failed");
-    return optimised;
+    // The back-end's own front end and optimiser, as an OpenGL ES compile runs them.
+    const std::optional<reference::Stage> parsed = reference::parse_stage(stage);
+    if (!parsed) throw std::invalid_argument("no test stage " + stage);
+    reference::FrontEndResult front = reference::compile_glsl_es_source(source, *parsed, {});
+    if (!front.errors.empty() || front.module.empty())
+        throw std::runtime_error(front.errors.empty() ? "no module" : front.errors.front());
+    return reference::optimise_module(front.module, reference::opengles_environment());
 }
 
 reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options) {
@@ -90,11 +74,10 @@ reference::AnalysisResult analyse(const std::string& source, const std::string& 
 }
 
 uint32_t variable_id(const std::vector<uint32_t>& module, const std::string& name) {
-    constexpr uint32_t OP_NAME = 5;
     for (size_t at = 5; at < module.size();) {
         const uint32_t count = module[at] >> 16;
         if (count == 0 || at + count > module.size()) break;
-        if ((module[at] & 0xFFFF) == OP_NAME && count >= 3) {
+        if ((module[at] & 0xFFFF) == spv::OpName && count >= 3) {
             const char* text = reinterpret_cast<const char*>(&module[at + 2]);
             if (std::string(text, strnlen(text, (count - 2) * 4)) == name) return module[at + 1];
         }

@@ -1,5 +1,6 @@
-// Small shaders for the performance-model tests: Vulkan GLSL compiled and
-// optimised in process, then analysed, with helpers to read the statistics.
+// Small shaders for the performance-model tests: compiled and optimised as a
+// compile runs them (the back-end's own optimiser; OpenGL ES through its own
+// front end), then analysed, with helpers to read the statistics.
 #pragma once
 
 #include <string>
@@ -16,11 +17,11 @@ struct Options {
     bool optimise = true;
 };
 
-// stage is the "shader_type" text (vertex, fragment, compute).
+// Vulkan GLSL as the validator converts it for a SPIR-V 1.3 core; stage is the
+// "shader_type" text (vertex, fragment, compute).
 std::vector<uint32_t> compile(const std::string& source, const std::string& stage, bool optimise = true);
 
-// OpenGL ES source (#version 100 or 300 es) the way the back-end's own front
-// end takes it: no client, no target, then given SPIR-V version 1.0.
+// OpenGL ES source through the back-end's front end and optimiser.
 std::vector<uint32_t> compile_es(const std::string& source, const std::string& stage);
 
 reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options = {});
