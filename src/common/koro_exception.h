@@ -8,9 +8,9 @@
 
 class KoroException_ : public std::exception {
 public:
-    explicit KoroException_(const std::string& message) : message(message) {}
-    KoroException_(const std::string& message, const std::string& detail) : message(message + " : " + detail) {}
-    KoroException_(const std::string& message, uint32_t code) : message(message + " : " + std::to_string(code)) {}
+    explicit KoroException_(const std::string& text) : message(text) {}
+    KoroException_(const std::string& text, const std::string& detail) : message(text + " : " + detail) {}
+    KoroException_(const std::string& text, uint32_t code) : message(text + " : " + std::to_string(code)) {}
 
     const char* what() const noexcept override { return message.c_str(); }
 

@@ -9,7 +9,7 @@
 class Promise {
 public:
     Promise() = default;
-    explicit Promise(std::function<void()> action) : action(std::move(action)) {}
+    explicit Promise(std::function<void()> deferred) : action(std::move(deferred)) {}
     Promise(const Promise&) = delete;
     Promise& operator=(const Promise&) = delete;
 

@@ -109,20 +109,22 @@ std::string as_cl_std(uint32_t version) {
 
 }  // namespace
 
-Compiler::Compiler(const std::string& driver, const std::string& core, const std::string& revision, CompilerType type,
-                   const std::vector<uint32_t>& versions, const std::vector<std::string>& extensions,
-                   const std::set<std::string>& variants, std::shared_ptr<CompilerLibrary> library)
-    : driver(driver), architecture(CompilerManager::get_architecture_for_core(core)), core(core), revision(revision),
-      type(type), version(highest_version(versions, type, core)), extensions(offered_extensions(extensions, type)),
-      variants(variants), library(std::move(library)) {}
+Compiler::Compiler(const std::string& driver_in, const std::string& core_in, const std::string& revision_in,
+                   CompilerType type_in, const std::vector<uint32_t>& versions,
+                   const std::vector<std::string>& extensions_in, const std::set<std::string>& variants_in,
+                   std::shared_ptr<CompilerLibrary> library_in)
+    : driver(driver_in), architecture(CompilerManager::get_architecture_for_core(core_in)), core(core_in),
+      revision(revision_in), type(type_in), version(highest_version(versions, type_in, core_in)),
+      extensions(offered_extensions(extensions_in, type_in)), variants(variants_in), library(std::move(library_in)) {}
 
-bool Compiler::matches(const std::optional<std::string>& driver, const std::optional<std::string>& core,
-                       const std::optional<std::string>& revision, CompilerType type, uint32_t min_version) const {
-    if (driver && *driver != this->driver) return false;
-    if (core && *core != this->core) return false;
-    if (revision && *revision != this->revision) return false;
+bool Compiler::matches(const std::optional<std::string>& wanted_driver, const std::optional<std::string>& wanted_core,
+                       const std::optional<std::string>& wanted_revision, CompilerType wanted_type,
+                       uint32_t min_version) const {
+    if (wanted_driver && *wanted_driver != driver) return false;
+    if (wanted_core && *wanted_core != core) return false;
+    if (wanted_revision && *wanted_revision != revision) return false;
     if (version < min_version) return false;
-    return type == CompilerType::Any || type == this->type;
+    return wanted_type == CompilerType::Any || wanted_type == type;
 }
 
 bool Compiler::before(const Compiler& a, const Compiler& b) {

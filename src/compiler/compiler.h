@@ -27,8 +27,9 @@ public:
              const std::vector<uint32_t>& versions, const std::vector<std::string>& extensions,
              const std::set<std::string>& variants, std::shared_ptr<CompilerLibrary> library);
 
-    bool matches(const std::optional<std::string>& driver, const std::optional<std::string>& core,
-                 const std::optional<std::string>& revision, CompilerType type, uint32_t min_version) const;
+    bool matches(const std::optional<std::string>& wanted_driver, const std::optional<std::string>& wanted_core,
+                 const std::optional<std::string>& wanted_revision, CompilerType wanted_type,
+                 uint32_t min_version) const;
 
     // Catalogue order: newest core first, then highest revision first.
     static bool before(const Compiler& a, const Compiler& b);

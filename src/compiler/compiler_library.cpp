@@ -53,7 +53,7 @@ bool DriverName::before(const DriverName& other) const {
     return rel >= other.rel;
 }
 
-CompilerLibrary::CompilerLibrary(const std::string& path) : path(path) {
+CompilerLibrary::CompilerLibrary(const std::string& path_in) : path(path_in) {
     try {
         init_library();
         init_metadata();

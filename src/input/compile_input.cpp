@@ -1,7 +1,7 @@
 #include "input/compile_input.h"
 
-CompileInput::CompileInput(const Bytes& source, const std::string& core, const std::string& revision)
-    : source(source), core(core), revision(revision) {}
+CompileInput::CompileInput(const Bytes& source_in, const std::string& core_in, const std::string& revision_in)
+    : source(source_in), core(core_in), revision(revision_in) {}
 
 void CompileInput::add_flexible_input(const std::string& key, const std::string& value) {
     flexible_inputs.push_back(key);

@@ -41,7 +41,7 @@ std::string translate_source_error(std::string text, const std::string& source_p
 
 }  // namespace
 
-GlslangValidator::GlslangValidator(const std::string& path) : path(path) {
+GlslangValidator::GlslangValidator(const std::string& path_in) : path(path_in) {
     if (path.find(get_path_sep()) == std::string::npos) return;
     if (!validate_exists(path)) throw GlslangBinaryError(path + " does not exist.");
     if (!validate_trusted(path)) throw GlslangBinaryError(path + " is incorrect version.");

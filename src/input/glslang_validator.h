@@ -10,7 +10,7 @@
 
 class GlslangError : public std::exception {
 public:
-    explicit GlslangError(const std::string& message) : message(message) {}
+    explicit GlslangError(const std::string& text) : message(text) {}
     const char* what() const noexcept override { return message.c_str(); }
 
 private:

@@ -31,7 +31,7 @@ bool has_magic(const Bytes& module) { return module.size() >= WORD_BYTES && read
 // operand that lies past the end of the buffer simply does not exist.
 class Instruction {
 public:
-    Instruction(const Bytes& module, size_t offset) : module(module), offset(offset) {}
+    Instruction(const Bytes& module_in, size_t offset_in) : module(module_in), offset(offset_in) {}
 
     uint16_t opcode() const { return uint16_t(read_word(module, offset) & 0xFFFF); }
     uint32_t word_count() const { return read_word(module, offset) >> 16; }

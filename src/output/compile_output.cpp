@@ -24,11 +24,11 @@ bool ShaderVariant::before(const ShaderVariant& a, const ShaderVariant& b) {
     return variant_rank(a.name) < variant_rank(b.name);
 }
 
-CompileOutput::CompileOutput(ArchitectureType architecture, const std::string& core, const std::string& revision,
-                             const std::string& driver, CompilerType compiler_type, SourceType source_type,
-                             const shadex_outputs& outputs)
-    : architecture(architecture), core(core), revision(revision), driver(driver), compiler_type(compiler_type),
-      source_type(source_type) {
+CompileOutput::CompileOutput(ArchitectureType architecture_in, const std::string& core_in,
+                             const std::string& revision_in, const std::string& driver_in,
+                             CompilerType compiler_type_in, SourceType source_type_in, const shadex_outputs& outputs)
+    : architecture(architecture_in), core(core_in), revision(revision_in), driver(driver_in),
+      compiler_type(compiler_type_in), source_type(source_type_in) {
     read_messages(outputs);
     for (const auto& record : variant_lists(outputs)) read_variant(record);
     add_slow_path_warnings();

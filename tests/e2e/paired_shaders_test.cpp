@@ -593,6 +593,6 @@ TEST_P(PairedShaders, Hold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(CostModel, PairedShaders, ::testing::ValuesIn(CASES),
-                         [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+                         [](const ::testing::TestParamInfo<Case>& param) { return std::string(param.param.name); });
 
 }  // namespace
