@@ -44,16 +44,23 @@ grep -q '^/usr/lib/shadex/graphics/lib.*\.so$' "$scratch/paths" || fail "no grap
 grep -q '^/usr/lib/shadex/opencl/lib.*\.so$' "$scratch/paths" || fail "no OpenCL back-end"
 
 # The programs of an installed tree: the list, and one compile of each API.
+# Output is read whole: grep -q stopping early would break the program's pipe.
+expect() {
+    local pattern=$1 what=$2 output
+    shift 2
+    output=$("$@" 2>&1) || true
+    grep -q -- "$pattern" <<<"$output" || fail "$what"
+}
+
 run_from() {
     local bin=$1 prefix=$2
-    "$bin/shadex" --list | grep -q "^Koro-N68 (OpenGL ES, Vulkan, OpenCL)$" || fail "$bin/shadex --list"
-    "$bin/shadex" -c Koro-N68 "$examples/lighting.frag" | grep -q "Total instruction cycles" || fail "GLSL ES from $bin"
-    "$bin/shadex" -c Koro-N68 --vulkan "$examples/gbuffer.vk.frag" | grep -q "Total instruction cycles" ||
-        fail "Vulkan GLSL from $bin"
-    "$bin/shadex" -c Koro-N68 -n saxpy "$examples/saxpy.cl" | grep -q "Total instruction cycles" || fail "OpenCL C from $bin"
-    "$bin/shadex" --format json --list | grep -q "\"documentation\":\"file://$prefix/share/doc/shadex/README.md\"" ||
-        fail "the reports do not link to $prefix/share/doc/shadex"
-    "$bin/shadex-suite" run -q -c Koro-N68 "$examples/lighting.frag" | grep -q '"status":0' || fail "shadex-suite from $bin"
+    expect "^Koro-N68 (OpenGL ES, Vulkan, OpenCL)$" "$bin/shadex --list" "$bin/shadex" --list
+    expect "Total instruction cycles" "GLSL ES from $bin" "$bin/shadex" -c Koro-N68 "$examples/lighting.frag"
+    expect "Total instruction cycles" "Vulkan GLSL from $bin" "$bin/shadex" -c Koro-N68 --vulkan "$examples/gbuffer.vk.frag"
+    expect "Total instruction cycles" "OpenCL C from $bin" "$bin/shadex" -c Koro-N68 -n saxpy "$examples/saxpy.cl"
+    expect "\"documentation\":\"file://$prefix/share/doc/shadex/README.md\"" \
+        "the reports do not link to $prefix/share/doc/shadex" "$bin/shadex" --format json --list
+    expect '"status":0' "shadex-suite from $bin" "$bin/shadex-suite" run -q -c Koro-N68 "$examples/lighting.frag"
 }
 
 dpkg -x "$deb" "$scratch/root"
