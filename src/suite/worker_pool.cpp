@@ -129,7 +129,10 @@ Worker start_worker(const std::function<TaskOutcome(size_t)>& task, const std::v
 
 // Ends a worker for good and says how it ended.
 std::string stop_worker(Worker& worker, bool kill_it) {
-    if (kill_it) kill(-worker.pid, SIGKILL);
+    if (kill_it) {
+        kill(-worker.pid, SIGKILL);  // the worker and the tools it started
+        kill(worker.pid, SIGKILL);   // the worker, should its group not have been made yet
+    }
     close(worker.requests);
     close(worker.replies);
     int status = 0;
