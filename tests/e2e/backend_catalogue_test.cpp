@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "e2e/harness.h"
@@ -18,45 +17,8 @@ using nlohmann::json;
 
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
-// A private shadex with scripted back-ends beside it and a directory for inputs.
-class Backends {
-public:
-    std::string add(const std::string& subdir, const std::string& name, const std::string& scenario,
-                    ScriptedVariant variant = ScriptedVariant::Full) {
-        libraries.push_back(add_backend(install, subdir, name, scenario, variant));
-        return libraries.back();
-    }
-    std::string write(const std::string& name, const std::string& content) const { return files.write(name, content); }
-    // Starts every log afresh, so each run is checked on its own.
-    RunResult run(const std::vector<std::string>& args) {
-        for (const std::string& library : libraries) std::ofstream(library + ".log");
-        RunOptions options;
-        options.working_dir = files.path();
-        RunResult result = install.run(args, options);
-        for (const std::string& library : libraries) expect_released_once(read_scripted_log(library));
-        return result;
-    }
-
-private:
-    Install install;
-    TempDir files;
-    std::vector<std::string> libraries;
-};
-
 std::vector<std::string> compiles(const std::string& library) {
     return calls_of(read_scripted_log(library), "compile");
-}
-
-void expect_error(const RunResult& result, const std::string& message) {
-    std::string last_line = "\nERROR: " + message + "\n";
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
-}
-
-void expect_usage_error(const RunResult& result, const std::string& message) {
-    EXPECT_EQ(result.status, 2);
-    EXPECT_TRUE(contains(result.err, "ERROR:  \n   " + message + "\n")) << result.err;
 }
 
 json json_of(const RunResult& result) {
@@ -98,19 +60,19 @@ TEST(BackendCatalogue, LibraryLoading) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file + "\n" + c.scenario);
-        Backends shadex;
+        ScriptedShadex shadex;
         std::string path = shadex.add("graphics", c.file, c.scenario, c.variant);
         std::string message = c.message;
         if (size_t at = message.find('@'); at != std::string::npos) message.replace(at, 1, path);
         if (message.empty())
             EXPECT_EQ(shadex.run({"--list"}).status, 0);
         else
-            expect_error(shadex.run({"--list"}), message);
+            expect_run_error(shadex.run({"--list"}), message);
     }
 }
 
 TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
-    Backends shadex;
+    ScriptedShadex shadex;
     // All copies write one log and report their driver as their core's
     // revision, so the log shows the order in which they were asked.
     std::string shared = shadex.write("shared.log", "");
@@ -136,7 +98,7 @@ TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
 }
 
 TEST(BackendCatalogue, DenylistsAndCoreNameMappings) {
-    Backends shadex;
+    ScriptedShadex shadex;
     std::string library =
         shadex.add("graphics", LIBRARY,
                    "meta flexible_version | 4.0.0\nmeta compiler_type | openglessl\ncore Koro-L100 | r0p0\n"
@@ -170,7 +132,7 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
 }
 
 TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
-    Backends shadex;
+    ScriptedShadex shadex;
     std::string graphics = shadex.add("graphics", LIBRARY,
                                       "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
                                       "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
@@ -190,7 +152,7 @@ TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
 TEST(BackendCatalogue, VersionListsInMetadata) {
     for (const auto& [listed, expected] :
          {std::pair{"120 200", "200"}, {"1.2,3.0", "300"}, {"110, 120", "120"}, {"3.x", ""}}) {
-        Backends shadex;
+        ScriptedShadex shadex;
         shadex.add("opencl", LIBRARY,
                    "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
                    "meta opencl_version | " +
@@ -199,14 +161,14 @@ TEST(BackendCatalogue, VersionListsInMetadata) {
         if (*expected)
             EXPECT_TRUE(contains(result.out, std::string("OpenCL: Version ") + expected + "\n"));
         else
-            expect_error(result,
-                         "Compiler load error : malformed version list opencl_version = "
-                         "\"3.x\"");
+            expect_run_error(result,
+                             "Compiler load error : malformed version list opencl_version = "
+                             "\"3.x\"");
     }
 }
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
-    Backends shadex;
+    ScriptedShadex shadex;
     const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";
     std::string graphics =
         shadex.add("graphics", LIBRARY,

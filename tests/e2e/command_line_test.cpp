@@ -7,26 +7,15 @@
 
 #include "common/text.h"
 #include "e2e/harness.h"
+#include "spirv_builder.h"
 
 namespace {
 
 const std::string HEADER_LINE = "Koro Offline Compiler v8.8.1 (Build 73b41e)\n";
 
-// A usage error: header, the message (TCLAP shows no argument for the
-// program's own rules), brief usage, hint.
-void expect_usage_error(const RunResult& result, const std::string& message) {
-    EXPECT_EQ(result.status, 2) << result.err;
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(starts_with(result.err, HEADER_LINE)) << result.err;
-    EXPECT_NE(result.err.find("\nERROR:  \n   " + message + "\n\nUsage: \n\n   shadex "), std::string::npos)
-        << result.err;
-    EXPECT_TRUE(ends_with(result.err, "\n\nRun shadex --help for more detail.\n")) << result.err;
-}
-
 // A SPIR-V module with one fragment entry point named main.
 std::string fragment_module() {
-    const uint32_t words[] = {0x07230203, 0x00010300, 0, 8, 0, (5u << 16) | 15, 4, 1, 0x6e69616d, 0};
-    return std::string(reinterpret_cast<const char*>(words), sizeof(words));
+    return spirv_test::SpirvBuilder().entry_point(spv::ExecutionModelFragment, 1, "main").text();
 }
 
 class CommandLine : public ::testing::Test {

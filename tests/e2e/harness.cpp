@@ -1,5 +1,7 @@
 #include "e2e/harness.h"
 
+#include <gtest/gtest.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -177,4 +179,21 @@ RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOption
 
 RunResult run_shadex(const std::vector<std::string>& args, const RunOptions& options) {
     return run_program(SHADEX_BINARY, args, options);
+}
+
+void expect_usage_error(const RunResult& result, const std::string& message) {
+    EXPECT_EQ(result.status, 2) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.rfind(REPORT_HEADER.substr(0, REPORT_HEADER.find('\n') + 1), 0), 0u) << result.err;
+    // TCLAP shows no argument for the program's own rules.
+    EXPECT_TRUE(contains(result.err, "\nERROR:  \n   " + message + "\n\nUsage: \n\n   shadex ")) << result.err;
+    const std::string hint = "\n\nRun shadex --help for more detail.\n";
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), hint.size())), hint) << result.err;
+}
+
+void expect_run_error(const RunResult& result, const std::string& message) {
+    const std::string last_line = "\nERROR: " + message + "\n";
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
 }

@@ -61,3 +61,15 @@ private:
 // The shadex of the build tree, with whatever back-ends the build put beside it.
 RunResult run_shadex(const std::vector<std::string>& args, const RunOptions& options = {});
 RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOptions& options = {});
+
+// The version header every report and message opens with.
+inline const std::string REPORT_HEADER =
+    "Koro Offline Compiler v8.8.1 (Build 73b41e)\n"
+    "Copyright (c) 2026 The shadex authors. All rights reserved.\n\n";
+
+// A usage error: status 2 and the message in TCLAP's frame on standard error.
+void expect_usage_error(const RunResult& result, const std::string& message);
+
+// A run-time error: status 2, nothing on standard output, and the message as
+// the last line of standard error.
+void expect_run_error(const RunResult& result, const std::string& message);

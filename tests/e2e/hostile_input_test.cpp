@@ -15,6 +15,8 @@
 #include <map>
 #include <random>
 
+#include <spirv/unified1/spirv.hpp>
+
 #include "e2e/harness.h"
 
 namespace fs = std::filesystem;
@@ -142,7 +144,7 @@ TEST_F(HostileInput, BrokenSpirvModulesAreRefused) {
 
     const std::string magic = module.substr(0, 4);
     const std::string header = module.substr(0, 20);
-    const uint32_t entry = (5u << 16) | 15;  // OpEntryPoint Fragment %4 "main"
+    const uint32_t entry = (5u << 16) | spv::OpEntryPoint;  // Fragment %4 "main"
     std::vector<Case> cases = {
         {"garbage behind the magic", {"g.frag.spv"}, ANY_FAILURE, ""},
         {"garbage behind a header", {"h.frag.spv"}, ANY_FAILURE, ""},
@@ -157,9 +159,9 @@ TEST_F(HostileInput, BrokenSpirvModulesAreRefused) {
     files.write("g.cl.spv", magic + random_bytes(400));
     files.write("h.frag.spv", header + random_bytes(400));
     files.write("zero.frag.spv", header + words({0, 0, 0, entry, 4, 1, 0x6e69616d, 0}));
-    files.write("long.frag.spv", header + words({(100u << 16) | 15, 4, 1, 0x6e69616d, 0}));
+    files.write("long.frag.spv", header + words({(100u << 16) | spv::OpEntryPoint, 4, 1, 0x6e69616d, 0}));
     files.write("name.frag.spv", header + words({entry, 4, 1, 0x6e69616d, 0x41414141}));
-    files.write("bound.frag.spv", words({0x07230203, 0x00010300, 0, 0xFFFFFFFF, 0, entry, 4, 1, 0x6e69616d, 0}));
+    files.write("bound.frag.spv", words({spv::MagicNumber, 0x00010300, 0, 0xFFFFFFFF, 0, entry, 4, 1, 0x6e69616d, 0}));
 
     // Cut inside the header, right after it, mid-word and at word ends
     // through the module; each also with a specialisation constant rewrite.

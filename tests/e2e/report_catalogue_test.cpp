@@ -13,10 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-const std::string HEADER =
-    "Koro Offline Compiler v8.8.1 (Build 73b41e)\n"
-    "Copyright (c) 2026 The shadex authors. All rights reserved.\n\n";
-
 // A successful run's output, ending its last line.
 const std::string& output(const RunResult& result) {
     EXPECT_EQ(result.status, 0) << result.err;
@@ -25,8 +21,8 @@ const std::string& output(const RunResult& result) {
 }
 
 std::string text_body(const RunResult& result) {
-    EXPECT_EQ(output(result).compare(0, HEADER.size(), HEADER), 0) << result.out;
-    return result.out.substr(std::min(HEADER.size(), result.out.size()));
+    EXPECT_EQ(output(result).compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
+    return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
 }
 
 json json_body(const RunResult& result) {

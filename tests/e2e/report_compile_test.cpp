@@ -15,10 +15,6 @@ namespace {
 
 using nlohmann::json;
 
-const std::string HEADER =
-    "Koro Offline Compiler v8.8.1 (Build 73b41e)\n"
-    "Copyright (c) 2026 The shadex authors. All rights reserved.\n\n";
-
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
 // One OpenGL ES back-end for every core these tests compile for.
@@ -84,8 +80,8 @@ protected:
     // The text report after the version header.
     std::string text(const std::vector<std::string>& args, int expected_status = 0) {
         RunResult result = run(args, expected_status);
-        EXPECT_EQ(result.out.compare(0, HEADER.size(), HEADER), 0) << result.out;
-        return result.out.substr(std::min(HEADER.size(), result.out.size()));
+        EXPECT_EQ(result.out.compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
+        return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
     }
 
     json json_report(std::vector<std::string> args, int expected_status = 0) {

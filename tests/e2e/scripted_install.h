@@ -22,3 +22,21 @@ std::vector<std::string> read_log(const Install& install, const std::string& sub
 
 // Every record a back-end handed out came back to it exactly once.
 inline void expect_released_once(const std::vector<std::string>& log) { EXPECT_EQ(release_problems(log), ""); }
+
+// A private shadex with scripted back-ends beside it and a directory for
+// inputs; every run starts the logs afresh and checks that each record a
+// back-end handed out came back to it exactly once.
+class ScriptedShadex {
+public:
+    std::string add(const std::string& subdir, const std::string& name, const std::string& scenario,
+                    ScriptedVariant variant = ScriptedVariant::Full);
+    std::string write(const std::string& name, const std::string& content) const { return files.write(name, content); }
+    RunResult run(const std::vector<std::string>& args);
+    // Compile calls logged by the n-th library added.
+    std::vector<std::string> compiles(size_t library = 0) const;
+
+private:
+    Install install;
+    TempDir files;
+    std::vector<std::string> libraries;
+};

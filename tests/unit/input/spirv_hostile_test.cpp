@@ -11,9 +11,10 @@ using namespace spirv_test;
 
 TEST(SpirvHostileInput, CutAndDamagedModules) {
     SpirvBuilder builder;
-    builder.op(17, {1}).extension("SPV_GOOGLE_user_type").extension("SPV_GOOGLE_decorate_string");
+    builder.op(spv::OpCapability, {1}).extension("SPV_GOOGLE_user_type").extension("SPV_GOOGLE_decorate_string");
     builder.entry_point(4, 20, "main").entry_point(0, 21, "vertex_main");
-    builder.decorate(30, 5636, literal("cbuffer")).op(5633, operands({{31, 0, 5636}, literal("float")}));
+    builder.decorate(30, spv::DecorationUserTypeGOOGLE, literal("cbuffer"))
+        .op(spv::OpMemberDecorateString, operands({{31, 0, spv::DecorationUserTypeGOOGLE}, literal("float")}));
     builder.spec_id(40, 0).spec_id(41, 1).spec_id(42, 2);
     builder.type_bool(2).type_int(3, 32, true).type_int(4, 64, false);
     builder.spec_bool(2, 40, false).spec_constant(3, 41, {9}).spec_constant(4, 42, {1, 0});

@@ -8,10 +8,11 @@
 using namespace spirv_test;
 
 TEST(IdentifySpirv, OddModules) {
-    const Bytes magic = to_bytes({0x07230203});
-    Bytes ragged = SpirvBuilder().op(17, {1}).entry_point(4, 4, "main").op(16, {4, 7}).bytes();
+    const Bytes magic = to_bytes({spv::MagicNumber});
+    Bytes ragged =
+        SpirvBuilder().op(spv::OpCapability, {1}).entry_point(4, 4, "main").op(spv::OpExecutionMode, {4, 7}).bytes();
     ragged.insert(ragged.end(), {1, 2, 3});  // bytes short of a whole word are ignored
-    Bytes unterminated = SpirvBuilder().op_with_count(15, 4, {4, 1}).bytes();
+    Bytes unterminated = SpirvBuilder().op_with_count(spv::OpEntryPoint, 4, {4, 1}).bytes();
     unterminated.insert(unterminated.end(), {'m', 'a', 'i', 'n', 'x'});
     const struct {
         const char* what;
@@ -32,12 +33,17 @@ TEST(IdentifySpirv, OddModules) {
         {"model outside the table", SpirvBuilder().entry_point(7, 1, "e").bytes(), true, static_cast<SourceType>(8),
          "e"},
         {"zero word count ends the walk",
-         SpirvBuilder().entry_point(0, 1, "first").op_with_count(15, 0, {}).entry_point(4, 2, "x").bytes(), true,
-         SourceType::Vertex, "first"},
-        {"operands past the end", SpirvBuilder().op_with_count(15, 4, {}).bytes(), true, SourceType::Vertex, ""},
+         SpirvBuilder()
+             .entry_point(0, 1, "first")
+             .op_with_count(spv::OpEntryPoint, 0, {})
+             .entry_point(4, 2, "x")
+             .bytes(),
+         true, SourceType::Vertex, "first"},
+        {"operands past the end", SpirvBuilder().op_with_count(spv::OpEntryPoint, 4, {}).bytes(), true,
+         SourceType::Vertex, ""},
         {"unterminated name", unterminated, true, SourceType::Fragment, ""},
-        {"huge word count", SpirvBuilder().op_with_count(17, 0xFFFF, {1}).entry_point(0, 1, "m").bytes(), true,
-         SourceType::None, ""},
+        {"huge word count", SpirvBuilder().op_with_count(spv::OpCapability, 0xFFFF, {1}).entry_point(0, 1, "m").bytes(),
+         true, SourceType::None, ""},
     };
     for (const auto& c : cases) {
         SourceType stage = SourceType::Compute;  // stale values are always reset

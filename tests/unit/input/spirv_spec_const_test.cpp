@@ -32,9 +32,9 @@ TEST(SpecConstBool, FlipsTheOpcodeOfTheLastDecoratedConstant) {
     Bytes module = original;
     EXPECT_EQ(rewrite_spirv_spec_const_bool(module, 0, true), "");
     EXPECT_EQ(rewrite_spirv_spec_const_bool(module, 1, false), "");
-    EXPECT_EQ(word_at(module, first), 3u << 16 | 49);
-    EXPECT_EQ(word_at(module, first + 3), 3u << 16 | 48);
-    EXPECT_EQ(word_at(module, first + 6), 3u << 16 | 49);
+    EXPECT_EQ(word_at(module, first), 3u << 16 | spv::OpSpecConstantFalse);
+    EXPECT_EQ(word_at(module, first + 3), 3u << 16 | spv::OpSpecConstantTrue);
+    EXPECT_EQ(word_at(module, first + 6), 3u << 16 | spv::OpSpecConstantFalse);
     module[(first + 3) * 4] = 49;
     module[(first + 6) * 4] = 48;
     EXPECT_EQ(module, original);  // nothing else changed
@@ -100,9 +100,13 @@ TEST(SpecConst, WhatIsNotAConstantOfTheKind) {
     const Bytes on_int_type = SpirvBuilder().spec_id(12, 5).spec_constant(3, 12, {1}).bytes();
     const Bytes bool_constant = SpirvBuilder().spec_id(12, 5).type_bool(3).spec_bool(3, 12, true).bytes();
     const Bytes float_constant =
-        SpirvBuilder().spec_id(12, 5).op(22, {3, 32}).spec_constant(3, 12, {0x3F800000}).bytes();
-    const Bytes one_word_64 =
-        SpirvBuilder().spec_id(12, 5).type_int(3, 64, true).spec_constant(3, 12, {7}).op(17, {1}).bytes();
+        SpirvBuilder().spec_id(12, 5).op(spv::OpTypeFloat, {3, 32}).spec_constant(3, 12, {0x3F800000}).bytes();
+    const Bytes one_word_64 = SpirvBuilder()
+                                  .spec_id(12, 5)
+                                  .type_int(3, 64, true)
+                                  .spec_constant(3, 12, {7})
+                                  .op(spv::OpCapability, {1})
+                                  .bytes();
     const Bytes text{'#', 'v', 'e', 'r'};
 
     const std::string no_int = "No integer specialization constant at location 5";

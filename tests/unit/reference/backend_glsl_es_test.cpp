@@ -2,6 +2,7 @@
 // read, and the core's limits checked on what it produces.
 #include <gtest/gtest.h>
 
+#include <glslang/SPIRV/spirv.hpp>
 #include "core_features.h"
 #include "glsl_es_front_end.h"
 #include "glslang_log.h"
@@ -13,13 +14,10 @@ using namespace reference;
 
 namespace {
 
-constexpr uint32_t OP_DECORATE = 71;
-constexpr uint32_t DECORATION_RELAXED_PRECISION = 0;
-
 size_t relaxed_precision_decorations(const std::vector<uint32_t>& module) {
     size_t count = 0;
     for (size_t at = 5; at < module.size() && (module[at] >> 16) != 0; at += module[at] >> 16) {
-        if ((module[at] & 0xFFFF) == OP_DECORATE && module[at + 2] == DECORATION_RELAXED_PRECISION) ++count;
+        if ((module[at] & 0xFFFF) == spv::OpDecorate && module[at + 2] == spv::DecorationRelaxedPrecision) ++count;
     }
     return count;
 }

@@ -1,18 +1,17 @@
 // The inlining budget: which functions stay calls.
 #include <gtest/gtest.h>
 
+#include <glslang/SPIRV/spirv.hpp>
 #include "inlining_budget.h"
 #include "model_shaders.h"
 
 namespace {
 
-constexpr uint32_t OP_FUNCTION = 54;
-constexpr uint32_t DONT_INLINE = 0x2;
-
 bool stays_a_call(const std::vector<uint32_t>& module, const std::string& name) {
     const uint32_t id = model_test::variable_id(module, name);
     for (size_t at = 5; at < module.size(); at += module[at] >> 16) {
-        if ((module[at] & 0xFFFF) == OP_FUNCTION && module[at + 2] == id) return (module[at + 3] & DONT_INLINE) != 0;
+        if ((module[at] & 0xFFFF) == spv::OpFunction && module[at + 2] == id)
+            return (module[at + 3] & spv::FunctionControlDontInlineMask) != 0;
         if ((module[at] >> 16) == 0) break;
     }
     ADD_FAILURE() << "no function " << name;

@@ -2,6 +2,7 @@
 // of each core checked on what a module declares.
 #include <gtest/gtest.h>
 
+#include <glslang/SPIRV/spirv.hpp>
 #include <spirv-tools/libspirv.hpp>
 #include <spirv-tools/optimizer.hpp>
 
@@ -84,7 +85,7 @@ TEST(SpirvValidation, ExplainsAnInvalidModuleOnOneLine) {
 
     // A capability number this validator has no name for.
     std::vector<uint32_t> newer = assemble(fragment_assembly());
-    newer.insert(newer.begin() + 5, {(2u << 16) | 17u, 6022u});
+    newer.insert(newer.begin() + 5, {(2u << 16) | spv::OpCapability, 6022u});
     validation = validate_module(newer, SPV_ENV_VULKAN_1_0);
     EXPECT_TRUE(validation.newer_than_validator);
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <glslang/SPIRV/spirv.hpp>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,7 @@ private:
 std::vector<std::string> kernel_names(const std::vector<uint32_t>& module) {
     std::vector<std::string> names;
     for (const reference::EntryPoint& entry : reference::entry_points(module))
-        if (entry.execution_model == 6) names.push_back(entry.name);
+        if (entry.execution_model == spv::ExecutionModelKernel) names.push_back(entry.name);
     return names;
 }
 
@@ -75,7 +76,7 @@ TEST(OpenCLFrontEnd, ValidKernelGivesModuleWithItsEntryPoint) {
         auto result = compile_opencl_source(TWO_KERNELS + std::string(1, '\0'), "saxpy", version, {});
         ASSERT_TRUE(result.errors.empty()) << result.errors.front();
         ASSERT_GT(result.module.size(), 5u);
-        EXPECT_EQ(result.module[0], 0x07230203u);
+        EXPECT_EQ(result.module[0], spv::MagicNumber);
         EXPECT_EQ(kernel_names(result.module), (std::vector<std::string>{"saxpy", "fill"}));
     }
     EXPECT_EQ(reference::opencl_c_standard("1.1"), "CL1.1");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "opencl_translation_fixups.h"
+#include "spirv_builder.h"
 
 using reference::complete_entry_point_interfaces;
 using reference::order_blocks_by_dominance;
@@ -16,22 +17,11 @@ namespace {
 using Words = std::vector<uint32_t>;
 
 // A hand-assembled module: the header, then instructions appended in order.
-struct ModuleBuilder {
-    Words words{0x07230203, 0x00010000, 0, 100, 0};
-
-    ModuleBuilder& op(uint32_t opcode, Words operands = {}) {
-        words.push_back(static_cast<uint32_t>((operands.size() + 1) << 16) | opcode);
-        words.insert(words.end(), operands.begin(), operands.end());
-        return *this;
-    }
+struct ModuleBuilder : spirv_test::SpirvBuilder {
+    ModuleBuilder() : SpirvBuilder(0x00010000) {}
 };
 
-Words name_words(const std::string& name) {
-    Words words((name.size() + 4) / 4, 0);
-    for (size_t index = 0; index < name.size(); ++index)
-        words[index / 4] |= static_cast<uint32_t>(static_cast<unsigned char>(name[index])) << (8 * (index % 4));
-    return words;
-}
+Words name_words(const std::string& name) { return spirv_test::literal(name); }
 
 Words operands(Words head, const Words& tail) {
     head.insert(head.end(), tail.begin(), tail.end());
@@ -41,14 +31,9 @@ Words operands(Words head, const Words& tail) {
 Words labels_in_order(const Words& module) {
     Words labels;
     for (size_t at = 5; at < module.size(); at += module[at] >> 16)
-        if ((module[at] & 0xffffu) == 248) labels.push_back(module[at + 1]);
+        if ((module[at] & 0xffffu) == spv::OpLabel) labels.push_back(module[at + 1]);
     return labels;
 }
-
-constexpr uint32_t OP_NAME = 5, OP_DECORATE = 71, OP_ENTRY_POINT = 15, OP_TYPE_VOID = 19, OP_TYPE_INT = 21,
-                   OP_TYPE_FUNCTION = 33, OP_CONSTANT = 43, OP_TYPE_POINTER = 32, OP_FUNCTION = 54,
-                   OP_FUNCTION_END = 56, OP_VARIABLE = 59, OP_LABEL = 248, OP_BRANCH = 249, OP_BRANCH_CONDITIONAL = 250,
-                   OP_SWITCH = 251, OP_RETURN = 253;
 
 }  // namespace
 
@@ -56,18 +41,18 @@ TEST(OpenCLTranslationFixups, BlocksFollowTheirDominators) {
     // Entry 20 branches to 22 then 21; 23 is unreachable; 30 is a second
     // function already in order.
     ModuleBuilder m;
-    m.op(OP_TYPE_VOID, {1}).op(OP_TYPE_FUNCTION, {2, 1});
-    m.op(OP_FUNCTION, {1, 10, 0, 2})
-        .op(OP_LABEL, {20})
-        .op(OP_BRANCH, {22})
-        .op(OP_LABEL, {21})
-        .op(OP_RETURN)
-        .op(OP_LABEL, {23})
-        .op(OP_BRANCH, {21})
-        .op(OP_LABEL, {22})
-        .op(OP_BRANCH_CONDITIONAL, {5, 21, 21})
-        .op(OP_FUNCTION_END);
-    m.op(OP_FUNCTION, {1, 11, 0, 2}).op(OP_LABEL, {30}).op(OP_RETURN).op(OP_FUNCTION_END);
+    m.op(spv::OpTypeVoid, {1}).op(spv::OpTypeFunction, {2, 1});
+    m.op(spv::OpFunction, {1, 10, 0, 2})
+        .op(spv::OpLabel, {20})
+        .op(spv::OpBranch, {22})
+        .op(spv::OpLabel, {21})
+        .op(spv::OpReturn)
+        .op(spv::OpLabel, {23})
+        .op(spv::OpBranch, {21})
+        .op(spv::OpLabel, {22})
+        .op(spv::OpBranchConditional, {5, 21, 21})
+        .op(spv::OpFunctionEnd);
+    m.op(spv::OpFunction, {1, 11, 0, 2}).op(spv::OpLabel, {30}).op(spv::OpReturn).op(spv::OpFunctionEnd);
     Words module = m.words;
     order_blocks_by_dominance(module);
     EXPECT_EQ(labels_in_order(module), (Words{20, 22, 21, 23, 30}));
@@ -83,26 +68,26 @@ TEST(OpenCLTranslationFixups, SwitchTargetsFollowTheSelectorWidth) {
     // A 64-bit selector takes two words per case literal; reading one word
     // would lose the case target 22 and leave it after the unreachable 23.
     ModuleBuilder m;
-    m.op(OP_TYPE_VOID, {1}).op(OP_TYPE_FUNCTION, {2, 1}).op(OP_TYPE_INT, {3, 64, 0});
-    m.op(OP_CONSTANT, {3, 4, 7, 0});
-    m.op(OP_FUNCTION, {1, 10, 0, 2})
-        .op(OP_LABEL, {20})
-        .op(OP_SWITCH, {4, 21, 7, 0, 22})
-        .op(OP_LABEL, {21})
-        .op(OP_RETURN)
-        .op(OP_LABEL, {23})
-        .op(OP_RETURN)
-        .op(OP_LABEL, {22})
-        .op(OP_BRANCH, {21})
-        .op(OP_FUNCTION_END);
+    m.op(spv::OpTypeVoid, {1}).op(spv::OpTypeFunction, {2, 1}).op(spv::OpTypeInt, {3, 64, 0});
+    m.op(spv::OpConstant, {3, 4, 7, 0});
+    m.op(spv::OpFunction, {1, 10, 0, 2})
+        .op(spv::OpLabel, {20})
+        .op(spv::OpSwitch, {4, 21, 7, 0, 22})
+        .op(spv::OpLabel, {21})
+        .op(spv::OpReturn)
+        .op(spv::OpLabel, {23})
+        .op(spv::OpReturn)
+        .op(spv::OpLabel, {22})
+        .op(spv::OpBranch, {21})
+        .op(spv::OpFunctionEnd);
     Words module = m.words;
     order_blocks_by_dominance(module);
     EXPECT_EQ(labels_in_order(module), (Words{20, 22, 21, 23}));
 }
 
 TEST(OpenCLTranslationFixups, MalformedModulesAreRejected) {
-    Words truncated = ModuleBuilder().op(OP_TYPE_VOID, {1}).words;
-    truncated[5] = (9u << 16) | OP_TYPE_VOID;
+    Words truncated = ModuleBuilder().op(spv::OpTypeVoid, {1}).words;
+    truncated[5] = (9u << 16) | spv::OpTypeVoid;
     EXPECT_THROW(order_blocks_by_dominance(truncated), std::runtime_error);
     Words not_spirv{1, 2, 3};
     EXPECT_THROW(undefined_function_names(not_spirv), std::runtime_error);
@@ -110,17 +95,17 @@ TEST(OpenCLTranslationFixups, MalformedModulesAreRejected) {
 
 TEST(OpenCLTranslationFixups, EntryPointsListEveryInputVariable) {
     ModuleBuilder m;
-    m.op(OP_ENTRY_POINT, operands({6, 10}, name_words("first")));
-    m.op(OP_ENTRY_POINT, operands(operands({6, 11}, name_words("abc")), {8}));
-    m.op(OP_TYPE_INT, {3, 32, 0}).op(OP_TYPE_POINTER, {4, 1, 3}).op(OP_TYPE_POINTER, {5, 5, 3});
-    m.op(OP_VARIABLE, {4, 7, 1}).op(OP_VARIABLE, {4, 8, 1}).op(OP_VARIABLE, {5, 9, 5});
+    m.op(spv::OpEntryPoint, operands({6, 10}, name_words("first")));
+    m.op(spv::OpEntryPoint, operands(operands({6, 11}, name_words("abc")), {8}));
+    m.op(spv::OpTypeInt, {3, 32, 0}).op(spv::OpTypePointer, {4, 1, 3}).op(spv::OpTypePointer, {5, 5, 3});
+    m.op(spv::OpVariable, {4, 7, 1}).op(spv::OpVariable, {4, 8, 1}).op(spv::OpVariable, {5, 9, 5});
     Words module = m.words;
     complete_entry_point_interfaces(module);
 
     // Both Input variables, once each; the Private one (class 5) is not interface before 1.4.
     Words expected = ModuleBuilder()
-                         .op(OP_ENTRY_POINT, operands(operands({6, 10}, name_words("first")), {7, 8}))
-                         .op(OP_ENTRY_POINT, operands(operands({6, 11}, name_words("abc")), {8, 7}))
+                         .op(spv::OpEntryPoint, operands(operands({6, 10}, name_words("first")), {7, 8}))
+                         .op(spv::OpEntryPoint, operands(operands({6, 11}, name_words("abc")), {8, 7}))
                          .words;
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), module.begin()));
 
@@ -135,12 +120,12 @@ TEST(OpenCLTranslationFixups, EntryPointsListEveryInputVariable) {
 TEST(OpenCLTranslationFixups, FunctionsWithoutBodyAreUndefined) {
     // 10 has a body; 11 is imported under its linkage name; 12 has only a debug name.
     ModuleBuilder m;
-    m.op(OP_NAME, operands({11}, name_words("op_debug"))).op(OP_NAME, operands({12}, name_words("helper")));
-    m.op(OP_DECORATE, operands({11, 41}, operands(name_words("op"), {1})));
-    m.op(OP_TYPE_VOID, {1}).op(OP_TYPE_FUNCTION, {2, 1});
-    m.op(OP_FUNCTION, {1, 11, 0, 2}).op(OP_FUNCTION_END);
-    m.op(OP_FUNCTION, {1, 10, 0, 2}).op(OP_LABEL, {20}).op(OP_RETURN).op(OP_FUNCTION_END);
-    m.op(OP_FUNCTION, {1, 12, 0, 2}).op(OP_FUNCTION_END);
+    m.op(spv::OpName, operands({11}, name_words("op_debug"))).op(spv::OpName, operands({12}, name_words("helper")));
+    m.op(spv::OpDecorate, operands({11, 41}, operands(name_words("op"), {1})));
+    m.op(spv::OpTypeVoid, {1}).op(spv::OpTypeFunction, {2, 1});
+    m.op(spv::OpFunction, {1, 11, 0, 2}).op(spv::OpFunctionEnd);
+    m.op(spv::OpFunction, {1, 10, 0, 2}).op(spv::OpLabel, {20}).op(spv::OpReturn).op(spv::OpFunctionEnd);
+    m.op(spv::OpFunction, {1, 12, 0, 2}).op(spv::OpFunctionEnd);
     EXPECT_EQ(undefined_function_names(m.words), (std::vector<std::string>{"op", "helper"}));
 }
 

@@ -8,11 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "common/vocabulary.h"
+#include <spirv/unified1/spirv.hpp>
 
 namespace spirv_test {
 
 using Words = std::vector<uint32_t>;
+using Bytes = std::vector<uint8_t>;
 
 // The text packed little-endian, NUL-terminated and zero-padded to a whole word.
 inline Words literal(const std::string& text) {
@@ -42,9 +43,9 @@ inline uint32_t word_at(const Bytes& bytes, size_t index) {
 }
 
 struct SpirvBuilder {
-    explicit SpirvBuilder(uint32_t version = 0x00010300) : words{0x07230203, version, 0, 64, 0} {}
+    explicit SpirvBuilder(uint32_t version = 0x00010300) : words{spv::MagicNumber, version, 0, 64, 0} {}
 
-    SpirvBuilder& op(uint16_t opcode, const Words& operand_words) {
+    SpirvBuilder& op(uint16_t opcode, const Words& operand_words = {}) {
         return op_with_count(opcode, uint32_t(operand_words.size() + 1), operand_words);
     }
     // An instruction whose declared word count need not match its operands.
@@ -53,23 +54,31 @@ struct SpirvBuilder {
         words.insert(words.end(), operand_words.begin(), operand_words.end());
         return *this;
     }
-    SpirvBuilder& extension(const std::string& name) { return op(10, literal(name)); }
+    SpirvBuilder& extension(const std::string& name) { return op(spv::OpExtension, literal(name)); }
     SpirvBuilder& entry_point(uint32_t model, uint32_t id, const std::string& name) {
-        return op(15, operands({{model, id}, literal(name)}));
+        return op(spv::OpEntryPoint, operands({{model, id}, literal(name)}));
     }
     SpirvBuilder& decorate(uint32_t target, uint32_t decoration, const Words& extra = {}) {
-        return op(71, operands({{target, decoration}, extra}));
+        return op(spv::OpDecorate, operands({{target, decoration}, extra}));
     }
-    SpirvBuilder& spec_id(uint32_t target, uint32_t location) { return decorate(target, 1, {location}); }
-    SpirvBuilder& type_bool(uint32_t id) { return op(20, {id}); }
+    SpirvBuilder& spec_id(uint32_t target, uint32_t location) {
+        return decorate(target, spv::DecorationSpecId, {location});
+    }
+    SpirvBuilder& type_bool(uint32_t id) { return op(spv::OpTypeBool, {id}); }
     SpirvBuilder& type_int(uint32_t id, uint32_t width, bool is_signed) {
-        return op(21, {id, width, is_signed ? 1u : 0u});
+        return op(spv::OpTypeInt, {id, width, is_signed ? 1u : 0u});
     }
-    SpirvBuilder& spec_bool(uint32_t type, uint32_t id, bool value) { return op(value ? 48 : 49, {type, id}); }
+    SpirvBuilder& spec_bool(uint32_t type, uint32_t id, bool value) {
+        return op(value ? spv::OpSpecConstantTrue : spv::OpSpecConstantFalse, {type, id});
+    }
     SpirvBuilder& spec_constant(uint32_t type, uint32_t id, const Words& literal_words) {
-        return op(50, operands({{type, id}, literal_words}));
+        return op(spv::OpSpecConstant, operands({{type, id}, literal_words}));
     }
     Bytes bytes() const { return to_bytes(words); }
+    std::string text() const {
+        const Bytes b = bytes();
+        return std::string(b.begin(), b.end());
+    }
 
     Words words;
 };
