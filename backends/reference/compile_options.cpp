@@ -64,6 +64,8 @@ CompileOptions parse_compile_options(const OptionPairs& pairs) {
             options.request_pilot = parse_flag(key, value);
         } else if (key == "request-idvs") {
             options.request_idvs = parse_flag(key, value);
+        } else if (key == "request-source-costs") {
+            options.request_source_costs = parse_flag(key, value);
         } else if (key == "variants") {
             options.variants.push_back(value);
         } else if (key == "include_path") {

@@ -29,6 +29,7 @@ struct CompileOptions {
     std::string entry_point;  // "spirv_entrypoint_name"
     bool request_pilot = false;
     bool request_idvs = false;
+    bool request_source_costs = false;       // "request-source-costs": figures per source line
     std::vector<std::string> variants;       // from "variants"
     std::vector<std::string> include_paths;  // "include_path", in order; the first is the source's own
 };

@@ -93,8 +93,8 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
             const std::string text(source);
             TileRewrite tile = rewrite_tile_features(text, options.stage, core, features);
             if (!tile.errors.empty()) return {{}, tile.errors, tile.warnings, {}};
-            FrontEndResult result =
-                compile_glsl_es_source(tile.source, options.stage, options.defines, options.include_paths);
+            FrontEndResult result = compile_glsl_es_source(tile.source, options.stage, options.defines,
+                                                           options.include_paths, options.request_source_costs);
             result.warnings.insert(result.warnings.begin(), tile.warnings.begin(), tile.warnings.end());
             result.tile_variables = std::move(tile.variables);
             if (!result.errors.empty() || result.module.empty()) return result;
@@ -105,7 +105,7 @@ FrontEndResult run_front_end(Api api, const CoreInfo& core, const CoreFeatures& 
         }
         case Api::OpenCLSource:
             return compile_opencl_source(source, options.kernel_name, opencl_std_text(options.opencl_version),
-                                         options.defines, options.include_paths);
+                                         options.defines, options.include_paths, options.request_source_costs);
         case Api::Vulkan:
         case Api::OpenCLSpirv: return read_module(source, options.spirv_length);
     }
@@ -193,6 +193,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     request.request_pilot = options.request_pilot;
     request.request_idvs = options.request_idvs;
     request.vulkan = api == Api::Vulkan;
+    request.source_costs = options.request_source_costs;
     request.tile_variables = front.tile_variables;
     AnalysisResult analysis = analyse_module(request);
 

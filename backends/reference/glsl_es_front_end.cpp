@@ -13,6 +13,9 @@ namespace reference {
 
 namespace {
 
+// What the module's debug information calls the source the program sent.
+const char* const MAIN_SOURCE_NAME = "<source>";
+
 // glslang builds its built-in symbol tables once per version, profile and
 // stage; they are kept from the first compile until the library is unloaded
 // (a compile per probed extension must stay cheap). Unloading gives them
@@ -131,7 +134,7 @@ std::string define_preamble(const std::vector<std::string>& defines) {
 }
 
 FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, const std::vector<std::string>& defines,
-                                      const std::vector<std::string>& include_dirs) {
+                                      const std::vector<std::string>& include_dirs, bool debug_lines) {
     ensure_glslang_initialised();
     FrontEndResult result;
     const EShLanguage language = glslang_stage(stage);
@@ -148,6 +151,10 @@ FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, co
     shader.setEnvInput(glslang::EShSourceGlsl, language, glslang::EShClientNone, 0);
     shader.setEnvClient(glslang::EShClientNone, glslang::EShTargetClientVersion(0));
     shader.setEnvTarget(glslang::EShTargetNone, glslang::EShTargetLanguageVersion(0));
+    if (debug_lines) {
+        shader.setDebugInfo(true);
+        shader.setSourceFile(MAIN_SOURCE_NAME);
+    }
 
     SearchPathIncluder includer(include_dirs);
     const bool parsed = shader.parse(GetDefaultResources(), 100, EEsProfile, false, false, messages, includer);
@@ -177,6 +184,7 @@ FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, co
     spv::SpvBuildLogger logger;
     glslang::SpvOptions options;
     options.disableOptimizer = true;
+    options.generateDebugInfo = debug_lines;
     glslang::GlslangToSpv(*program.getIntermediate(language), spirv, &logger, &options);
     add_builder_messages(logger.getAllMessages(), result);
     if (!result.errors.empty()) return result;

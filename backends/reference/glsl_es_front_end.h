@@ -20,9 +20,10 @@ constexpr uint32_t OPENGLES_MODULE_VERSION = 0x00010300;
 // asked for appears as an OpSourceExtension. A shader that compiles but does
 // not link on its own gives neither a module nor errors, only warnings.
 // `#include` (with an include extension enabled) searches include_dirs, the
-// first being the source's own directory.
+// first being the source's own directory. With debug_lines the module says
+// which source line each instruction came from.
 FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, const std::vector<std::string>& defines,
-                                      const std::vector<std::string>& include_dirs = {});
+                                      const std::vector<std::string>& include_dirs = {}, bool debug_lines = false);
 
 // The preprocessor lines that put the defines in force.
 std::string define_preamble(const std::vector<std::string>& defines);

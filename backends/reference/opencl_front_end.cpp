@@ -155,6 +155,7 @@ public:
 
         Translation translation;
         translation.module = read_module(directory_.file("program.spv"));
+        drop_translator_debug_info(translation.module);
         order_blocks_by_dominance(translation.module);
         complete_entry_point_interfaces(translation.module);
         return translation;
@@ -274,7 +275,7 @@ std::string opencl_c_standard(const std::string& cl_std) {
 
 FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
                                      const std::string& cl_std, const std::vector<std::string>& defines,
-                                     const std::vector<std::string>& include_dirs) {
+                                     const std::vector<std::string>& include_dirs, bool debug_lines) {
     FrontEndResult result;
     const std::string standard = opencl_c_standard(cl_std);
     if (standard.empty()) {
@@ -284,7 +285,10 @@ FrontEndResult compile_opencl_source(const std::string& source, const std::strin
         // The program hands the source over with its terminating NUL.
         std::string text = source.substr(0, source.find_last_not_of('\0') + 1);
         try {
-            compile_into(text, kernel_name, standard, preprocessor_arguments(defines, include_dirs), result);
+            std::vector<std::string> arguments = preprocessor_arguments(defines, include_dirs);
+            // Line tables are all the translator needs for OpLine.
+            if (debug_lines) arguments.push_back("-gline-tables-only");
+            compile_into(text, kernel_name, standard, arguments, result);
         } catch (const std::exception& failure) {
             result.module.clear();
             result.errors.push_back(std::string("The OpenCL C front end failed: ") + failure.what());

@@ -18,9 +18,10 @@ extern const char* const OPENCL_FRONT_END_FAILED;
 // (or NAME) texts passed to the preprocessor exactly as they are.
 // Diagnostics name the source "<source>"; each error line is one error, and a
 // failed compile ends with OPENCL_FRONT_END_FAILED.
+// With debug_lines the module says which source line each instruction came from.
 FrontEndResult compile_opencl_source(const std::string& source, const std::string& kernel_name,
                                      const std::string& cl_std, const std::vector<std::string>& defines,
-                                     const std::vector<std::string>& include_dirs = {});
+                                     const std::vector<std::string>& include_dirs = {}, bool debug_lines = false);
 
 // "CL1.2" for "CL1.2" or "1.2"; empty for a version this front end cannot compile.
 std::string opencl_c_standard(const std::string& cl_std);

@@ -16,6 +16,8 @@ namespace reference {
 
 namespace {
 
+constexpr uint32_t VERSION_1_0 = 0x00010000;
+constexpr uint32_t VERSION_1_1 = 0x00010100;
 constexpr uint32_t VERSION_1_4 = 0x00010400;
 
 struct Instruction {
@@ -286,6 +288,35 @@ std::vector<std::string> undefined_function_names(const std::vector<uint32_t>& m
         }
     }
     return undefined;
+}
+
+void drop_translator_debug_info(std::vector<uint32_t>& module) {
+    const std::vector<Instruction> list = instructions_of(module);
+    uint32_t debug_set = 0;
+    bool producer = false;
+    for (const Instruction& instruction : list) {
+        const size_t at = instruction.offset;
+        if (instruction.opcode == spv::OpExtInstImport && instruction.word_count >= 3 &&
+            literal_string(module, at + 2, at + instruction.word_count) == "OpenCL.DebugInfo.100")
+            debug_set = module[at + 1];
+        producer = producer || instruction.opcode == spv::OpModuleProcessed;
+    }
+    if (debug_set == 0 && !producer) return;
+    auto is_debug = [&](const Instruction& instruction) {
+        const size_t at = instruction.offset;
+        return instruction.opcode == spv::OpModuleProcessed ||
+               (instruction.opcode == spv::OpExtInstImport && instruction.word_count >= 2 &&
+                module[at + 1] == debug_set) ||
+               (instruction.opcode == spv::OpExtInst && instruction.word_count >= 5 && module[at + 3] == debug_set);
+    };
+    std::vector<uint32_t> rebuilt(module.begin(), module.begin() + SPIRV_HEADER_WORDS);
+    for (const Instruction& instruction : list) {
+        if (is_debug(instruction)) continue;
+        rebuilt.insert(rebuilt.end(), module.begin() + instruction.offset,
+                       module.begin() + instruction.offset + instruction.word_count);
+    }
+    if (rebuilt[1] == VERSION_1_1) rebuilt[1] = VERSION_1_0;
+    module.swap(rebuilt);
 }
 
 }  // namespace reference

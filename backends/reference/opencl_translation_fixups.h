@@ -32,6 +32,12 @@ void order_blocks_by_dominance(std::vector<uint32_t>& module);
 // one from 1.4 on) that it does not already list.
 void complete_entry_point_interfaces(std::vector<uint32_t>& module);
 
+// With debug information the translator adds an OpModuleProcessed, which
+// alone raises the module to SPIR-V 1.1 (above what OpenCL C 1.2 may run),
+// and OpenCL.DebugInfo.100 instructions the validator refuses. Only the
+// OpLine instructions are wanted: the rest goes, and a 1.1 module returns to 1.0.
+void drop_translator_debug_info(std::vector<uint32_t>& module);
+
 // Functions the module declares without a body, that is imports it expects
 // from elsewhere: a program calling them cannot be linked.
 std::vector<std::string> undefined_function_names(const std::vector<uint32_t>& module);

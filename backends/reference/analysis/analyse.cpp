@@ -9,6 +9,7 @@
 #include "analysis/program.h"
 #include "analysis/register_pressure.h"
 #include "analysis/shader_facts.h"
+#include "analysis/source_line_costs.h"
 #include "analysis/variant_split.h"
 #include "analysis/variant_statistics.h"
 
@@ -78,6 +79,7 @@ public:
         if (program_.is_kernel() && program_.entry != nullptr) {
             statistics.emplace_back("kernel_name", program_.entry->name);
         }
+        if (request_.source_costs) add_source_line_costs(statistics, program_, core_, mask, figures, has_varyings());
         return statistics;
     }
 

@@ -21,6 +21,7 @@ struct AnalysisRequest {
     bool request_pilot = false;    // split uniform-only work into a pilot variant
     bool request_idvs = false;     // split a vertex shader into Position and Varying variants
     bool vulkan = false;           // attribute symbols in the prefix_ID_name form
+    bool source_costs = false;     // split each variant's figures by source line
     TileVariables tile_variables;  // stand-ins for the tile buffer, by name
 };
 

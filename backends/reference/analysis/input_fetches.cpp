@@ -96,6 +96,7 @@ struct Site {
     ComponentRange range;
     bool half = false;             // 16-bit components pair up on the interpolator
     uint64_t component_bytes = 4;  // for attribute fetches
+    uint32_t source_line = 0;
 };
 
 class FetchCharges {
@@ -117,6 +118,7 @@ public:
         const size_t count = flow_.successors.size();
         fetches.block.assign(count, PipeCycles{});
         fetches.loop.assign(flow_.loops.loops.size(), PipeCycles{});
+        fetches.lines.assign(program_.module.source_lines.size(), PipeCycles{});
         // Reads inside a loop belong to the outermost loop's entry.
         std::vector<std::vector<size_t>> sites_at(count);
         std::vector<int> loop_entry(count, -1);
@@ -149,7 +151,7 @@ public:
             stack.back().leaving = true;
             const size_t point = stack.back().block;
             PipeCycles& cost = loop_entry[point] >= 0 ? fetches.loop[loop_entry[point]] : fetches.block[point];
-            cost = charge_point(sites_at[point], fetched, stack.back().saved);
+            cost = charge_point(sites_at[point], fetched, stack.back().saved, fetches.lines);
             for (size_t child : children[point]) stack.push_back({child, false, {}});
         }
         return fetches;
@@ -168,14 +170,18 @@ private:
         const uint32_t bits = scalar_bits(program_.module, instruction.type_id);
         site.half = bits == 16 || is_half_precision(program_, instruction);
         site.component_bytes = std::max<uint32_t>(bits / 8, 1);
+        site.source_line = instruction.source_line;
         sites_[block].push_back(site);
     }
 
-    // The cost of the components first fetched at a point, per input.
+    // The cost of the components first fetched at a point, per input; each
+    // input's share also goes to the line of the first read that fetched it.
     PipeCycles charge_point(const std::vector<size_t>& blocks, std::unordered_map<uint32_t, Fetched>& fetched,
-                            std::vector<std::pair<uint32_t, Fetched>>& saved) {
+                            std::vector<std::pair<uint32_t, Fetched>>& saved, std::vector<PipeCycles>& lines) {
         struct NewComponents {
             uint64_t full = 0, half = 0, bytes = 0;
+            uint32_t source_line = 0;
+            bool any = false;
         };
         std::map<uint32_t, NewComponents> added;
         for (size_t b : blocks) {
@@ -184,6 +190,10 @@ private:
                 if (added.count(site.range.root) == 0) saved.emplace_back(site.range.root, set);
                 NewComponents& fresh = added[site.range.root];
                 const uint64_t count = fetch(set, site.range.first, site.range.count);
+                if (count > 0 && !fresh.any) {
+                    fresh.any = true;
+                    fresh.source_line = site.source_line;
+                }
                 (site.half ? fresh.half : fresh.full) += count;
                 fresh.bytes += count * site.component_bytes;
             }
@@ -191,11 +201,14 @@ private:
         PipeCycles cost{};
         for (const auto& [root, fresh] : added) {
             if (fresh.full + fresh.half == 0) continue;
+            PipeCycles input{};
             if (program_.is_fragment()) {
-                cost[PipeV] += static_cast<double>(fresh.full) + std::ceil(static_cast<double>(fresh.half) / 2.0);
+                input[PipeV] = static_cast<double>(fresh.full) + std::ceil(static_cast<double>(fresh.half) / 2.0);
             } else {
-                cost[PipeLS] += load_store_messages(fresh.bytes);
+                input[PipeLS] = load_store_messages(fresh.bytes);
             }
+            add_cycles(cost, input);
+            if (fresh.source_line < lines.size()) add_cycles(lines[fresh.source_line], input);
         }
         return cost;
     }

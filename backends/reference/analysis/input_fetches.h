@@ -17,6 +17,7 @@ namespace reference {
 struct InputFetches {
     std::vector<PipeCycles> block;  // by block outside loops: the fetches made there
     std::vector<PipeCycles> loop;   // by loop of the function's forest: the fetches made before it runs
+    std::vector<PipeCycles> lines;  // the same fetches by Module::source_lines index of the read that made them
 };
 
 InputFetches input_fetches(const Program& program, size_t function, const InstructionMask& mask);

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <unordered_set>
 
+#include <spirv/unified1/NonSemanticShaderDebugInfo100.h>
+
 #include "analysis/spirv_defs.h"
 #include "analysis/spirv_words.h"
 
@@ -14,7 +16,14 @@ namespace {
 using namespace spirv;
 
 bool is_type_declaration(uint16_t opcode) {
-    static const std::unordered_set<uint16_t> extra = {322, 327, 4417, 4456, 4472, 5281, 5341, 5358};
+    static const std::unordered_set<uint16_t> extra = {spv::OpTypePipeStorage,
+                                                       spv::OpTypeNamedBarrier,
+                                                       spv::OpTypeUntypedPointerKHR,
+                                                       spv::OpTypeCooperativeMatrixKHR,
+                                                       spv::OpTypeRayQueryKHR,
+                                                       spv::OpTypeHitObjectNV,
+                                                       spv::OpTypeAccelerationStructureKHR,
+                                                       spv::OpTypeCooperativeMatrixNV};
     return (opcode >= OpTypeVoid && opcode < OpTypeForwardPointer) || extra.count(opcode) > 0;
 }
 
@@ -32,13 +41,13 @@ bool never_has_result(uint16_t opcode) {
                                                          OpCopyMemory,
                                                          OpCopyMemorySized,
                                                          OpImageWrite,
-                                                         218,
-                                                         219,
-                                                         220,
-                                                         221,
-                                                         224,
-                                                         225,
-                                                         228,
+                                                         spv::OpEmitVertex,
+                                                         spv::OpEndPrimitive,
+                                                         spv::OpEmitStreamVertex,
+                                                         spv::OpEndStreamPrimitive,
+                                                         spv::OpControlBarrier,
+                                                         spv::OpMemoryBarrier,
+                                                         spv::OpAtomicStore,
                                                          OpLoopMerge,
                                                          OpSelectionMerge,
                                                          OpBranch,
@@ -50,37 +59,37 @@ bool never_has_result(uint16_t opcode) {
                                                          OpUnreachable,
                                                          OpLifetimeStart,
                                                          OpLifetimeStop,
-                                                         260,
-                                                         280,
-                                                         281,
-                                                         287,
-                                                         288,
-                                                         297,
-                                                         298,
-                                                         301,
-                                                         302,
+                                                         spv::OpGroupWaitEvents,
+                                                         spv::OpCommitReadPipe,
+                                                         spv::OpCommitWritePipe,
+                                                         spv::OpGroupCommitReadPipe,
+                                                         spv::OpGroupCommitWritePipe,
+                                                         spv::OpRetainEvent,
+                                                         spv::OpReleaseEvent,
+                                                         spv::OpSetUserEventStatus,
+                                                         spv::OpCaptureEventProfilingInfo,
                                                          OpAtomicFlagClear,
-                                                         329,
+                                                         spv::OpMemoryNamedBarrier,
                                                          OpTerminateInvocation,
-                                                         4426,
-                                                         4445,
-                                                         4446,
+                                                         spv::OpUntypedPrefetchKHR,
+                                                         spv::OpTraceRayKHR,
+                                                         spv::OpExecuteCallableKHR,
                                                          OpIgnoreIntersectionKHR,
                                                          OpTerminateRayKHR,
-                                                         4458,
+                                                         spv::OpCooperativeMatrixStoreKHR,
                                                          OpEmitMeshTasksEXT,
-                                                         5295,
-                                                         5299,
+                                                         spv::OpSetMeshOutputsEXT,
+                                                         spv::OpWritePackedPrimitiveIndices4x8NV,
                                                          OpIgnoreIntersectionNV,
                                                          OpTerminateRayNV,
-                                                         5337,
-                                                         5338,
-                                                         5339,
-                                                         5344,
-                                                         5364,
-                                                         5365,
+                                                         spv::OpTraceNV,
+                                                         spv::OpTraceMotionNV,
+                                                         spv::OpTraceRayMotionNV,
+                                                         spv::OpExecuteCallableNV,
+                                                         spv::OpBeginInvocationInterlockEXT,
+                                                         spv::OpEndInvocationInterlockEXT,
                                                          OpDemoteToHelperInvocation,
-                                                         5630};
+                                                         spv::OpAssumeTrueKHR};
     return opcodes.count(opcode) > 0;
 }
 
@@ -155,6 +164,14 @@ private:
         } else if (opcode == OpName && count >= 2) {
             size_t used = 0;
             module_.names.emplace(words[0], literal_text(words + 1, count - 1, used));
+        } else if (opcode == spv::OpString && count >= 2) {
+            size_t used = 0;
+            strings_.emplace(words[0], literal_text(words + 1, count - 1, used));
+        } else if (opcode == spv::OpSource && count >= 3) {
+            main_file_ = words[2];
+        } else if (opcode == OpExtInst && debug_instruction(words, count) == NonSemanticShaderDebugInfo100DebugSource &&
+                   count >= 5) {
+            debug_sources_.emplace(words[1], words[4]);
         } else if (opcode == OpExtInstImport && count >= 2) {
             size_t used = 0;
             module_.ext_imports.emplace(words[0], literal_text(words + 1, count - 1, used));
@@ -216,13 +233,20 @@ private:
                 module_.definitions[words[1]] = {function_number, SIZE_MAX, function_->parameters.size()};
             }
             function_->parameters.push_back(typed(opcode, words, count));
+        } else if (opcode == OpLine && count >= 2) {
+            current_line_ = source_line(words[0], words[1]);
+        } else if (opcode == OpNoLine) {
+            current_line_ = 0;
+        } else if (opcode == OpExtInst && is_debug_info(opcode, words, count)) {
+            debug_line(words, count);
         } else if (opcode == OpLabel && count >= 1) {
+            current_line_ = 0;  // a line does not reach into the next block
             function_->blocks.emplace_back();
             function_->blocks.back().label = words[0];
             block_open_ = true;
         } else if (opcode == OpFunction) {
             global(opcode, words, count);
-        } else if (block_open_ && opcode != OpLine && opcode != OpNoLine && !is_debug_info(opcode, words, count)) {
+        } else if (block_open_) {
             Block& block = function_->blocks.back();
             Instruction instruction;
             instruction.opcode = opcode;
@@ -234,21 +258,80 @@ private:
             } else {
                 instruction.operands.assign(words, words + count);
             }
+            instruction.source_line = current_line_;
             block.instructions.push_back(std::move(instruction));
-            if (is_block_terminator(opcode)) block_open_ = false;
+            if (is_block_terminator(opcode)) {
+                block_open_ = false;
+                current_line_ = 0;
+            }
         }
     }
 
+    // Debug-information sets describe the source and never run.
     bool is_debug_info(uint16_t opcode, const uint32_t* words, size_t count) const {
         if (opcode != OpExtInst || count < 3) return false;
         auto set = module_.ext_imports.find(words[2]);
-        return set != module_.ext_imports.end() && set->second.rfind("NonSemantic.", 0) == 0;
+        return set != module_.ext_imports.end() &&
+               (set->second.rfind("NonSemantic.", 0) == 0 || set->second == "OpenCL.DebugInfo.100" ||
+                set->second == "DebugInfo");
+    }
+
+    // The instruction number of a non-semantic shader debug-info instruction;
+    // 0 for anything else.
+    uint32_t debug_instruction(const uint32_t* words, size_t count) const {
+        if (count < 4) return 0;
+        auto set = module_.ext_imports.find(words[2]);
+        if (set == module_.ext_imports.end() || set->second != "NonSemantic.Shader.DebugInfo.100") return 0;
+        return words[3];
+    }
+
+    void debug_line(const uint32_t* words, size_t count) {
+        const uint32_t instruction = debug_instruction(words, count);
+        if (instruction == NonSemanticShaderDebugInfo100DebugNoLine) {
+            current_line_ = 0;
+        } else if (instruction == NonSemanticShaderDebugInfo100DebugLine && count >= 6) {
+            auto source = debug_sources_.find(words[4]);
+            auto line = module_.constants.find(words[5]);
+            if (source != debug_sources_.end() && line != module_.constants.end() && !line->second.operands.empty())
+                current_line_ = source_line(source->second, line->second.operands[0]);
+        }
+    }
+
+    // The index of a (file, line) pair, adding it when new; the main source
+    // is file 0 whatever order the files are met in.
+    uint32_t source_line(uint32_t file_string, uint32_t line) {
+        if (line == 0) return 0;
+        if (module_.source_files.empty()) {
+            const uint32_t main = main_file_ != 0 ? main_file_ : file_string;
+            file_indices_.emplace(main, 0);
+            module_.source_files.push_back(string_text(main));
+        }
+        auto file = file_indices_.find(file_string);
+        if (file == file_indices_.end()) {
+            file = file_indices_.emplace(file_string, static_cast<uint32_t>(module_.source_files.size())).first;
+            module_.source_files.push_back(string_text(file_string));
+        }
+        auto [found, added] =
+            line_indices_.emplace(std::pair{file->second, line}, static_cast<uint32_t>(module_.source_lines.size()));
+        if (added) module_.source_lines.push_back(SourceLine{file->second, line});
+        return found->second;
+    }
+
+    std::string string_text(uint32_t id) const {
+        auto found = strings_.find(id);
+        return found == strings_.end() ? std::string() : found->second;
     }
 
     Module& module_;
     Function* function_ = nullptr;
     bool block_open_ = false;
     std::vector<std::pair<uint32_t, uint32_t>> modes_;
+    std::unordered_map<uint32_t, std::string> strings_;     // OpString by id
+    std::unordered_map<uint32_t, uint32_t> debug_sources_;  // DebugSource id -> its file's OpString
+    uint32_t main_file_ = 0;                                // OpSource's file
+    uint32_t current_line_ = 0;
+    std::unordered_map<uint32_t, uint32_t> file_indices_;  // OpString id -> source_files index
+    std::map<std::pair<uint32_t, uint32_t>, uint32_t> line_indices_;
 };
 
 // The plain image instruction a sparse one mirrors: its operands sit at the

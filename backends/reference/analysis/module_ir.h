@@ -17,7 +17,14 @@ struct Instruction {
     uint16_t opcode = 0;
     uint32_t type_id = 0;            // 0 when the instruction has no result type
     uint32_t result_id = 0;          // 0 when the instruction has no result
+    uint32_t source_line = 0;        // index into Module::source_lines; 0: none known
     std::vector<uint32_t> operands;  // the words after the result type and id
+};
+
+// A line of a source file the module's debug information names.
+struct SourceLine {
+    uint32_t file = 0;  // index into Module::source_files
+    uint32_t line = 0;  // 1-based
 };
 
 struct Block {
@@ -68,6 +75,10 @@ struct Module {
         size_t instruction;  // index into the block or the parameter list
     };
     std::unordered_map<uint32_t, Location> definitions;
+    // From OpLine or the non-semantic DebugLine: the files (0 is the main
+    // source) and lines instructions came from; line 0 stands for none.
+    std::vector<std::string> source_files;
+    std::vector<SourceLine> source_lines = {SourceLine{}};
 
     const Instruction* type(uint32_t id) const;
     const Instruction* definition(uint32_t id) const;  // function-local results only

@@ -93,10 +93,13 @@ public:
         low_.assign(count, PipeCycles{});
         high_.assign(count, PipeCycles{});
         figures_.unbounded = forest_.irreducible;
+        figures_.lines.assign(program.module.source_lines.size(), PipeCycles{});
         for (size_t b : flow_.order) cost_block(fn, b, mask, callees);
         fetches_ = input_fetches(program, fn, mask);
         for (size_t b = 0; b < count; ++b) add_everywhere(b, fetches_.block[b]);
         for (const PipeCycles& before_loop : fetches_.loop) add_to_total(before_loop);
+        for (size_t l = 0; l < fetches_.lines.size() && l < figures_.lines.size(); ++l)
+            add_cycles(figures_.lines[l], fetches_.lines[l]);
     }
 
     PathFigures figures() {
@@ -142,10 +145,13 @@ private:
                     high_[b][p] += called.unbounded ? INF : called.longest[p];
                 }
                 figures_.mix.add(called.mix);
+                for (size_t l = 0; l < called.lines.size() && l < figures_.lines.size(); ++l)
+                    add_cycles(figures_.lines[l], called.lines[l]);
                 continue;
             }
             const InstructionCost cost = instruction_cost(program_, instruction);
             add_everywhere(b, cost.pipes);
+            add_cycles(figures_.lines[instruction.source_line], cost.pipes);
             figures_.mix.add(cost.mix);
         }
     }

@@ -32,7 +32,14 @@ struct PathFigures {
     PipeCycles longest{};
     bool unbounded = false;  // a loop (or recursion) makes the longest path open-ended
     ArithmeticMix mix;       // over the whole program
+    // The total split by Module::source_lines index (0: no line known).
+    std::vector<PipeCycles> lines;
 };
+
+// Adds b to a, pipe by pipe.
+inline void add_cycles(PipeCycles& a, const PipeCycles& b) {
+    for (size_t p = 0; p < PIPE_COUNT; ++p) a[p] += b[p];
+}
 
 PathFigures path_figures(const Program& program, const InstructionMask& mask);
 

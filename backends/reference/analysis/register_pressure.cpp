@@ -122,9 +122,14 @@ std::vector<size_t> pressure_order(const Program& program, const Block& block, L
 class FunctionLiveness {
 public:
     FunctionLiveness(const Program& program, size_t fn, const InstructionMask& mask,
-                     const std::vector<double>& callee_peaks)
+                     const std::vector<double>& callee_peaks, const std::vector<std::vector<double>>* callee_lines)
         : program_(program), module_(program.module), function_(module_.functions[fn]), fn_(fn), mask_(mask),
-          callee_peaks_(callee_peaks), flow_(program.control_flow[fn]) {}
+          callee_peaks_(callee_peaks), callee_lines_(callee_lines), flow_(program.control_flow[fn]) {
+        if (callee_lines_ != nullptr) lines_.assign(module_.source_lines.size(), -1.0);
+    }
+
+    // By source line, after peak(); empty unless callee lines were given.
+    std::vector<double>& lines() { return lines_; }
 
     double peak() {
         collect_values();
@@ -268,6 +273,11 @@ private:
                 auto callee = module_.function_index.find(instruction.operands[0]);
                 if (callee != module_.function_index.end() && callee->second < callee_peaks_.size()) {
                     peak = std::max(peak, current + callee_peaks_[callee->second]);
+                    if (callee_lines_ != nullptr) {
+                        const std::vector<double>& inner = (*callee_lines_)[callee->second];
+                        for (size_t l = 0; l < inner.size() && l < lines_.size(); ++l)
+                            if (inner[l] >= 0) lines_[l] = std::max(lines_[l], current + inner[l]);
+                    }
                 }
             }
             if (instruction.opcode != OpPhi) {
@@ -280,6 +290,10 @@ private:
                 }
             }
             peak = std::max({peak, at_instruction, current});
+            if (!lines_.empty()) {
+                double& line = lines_[instruction.source_line];
+                line = std::max({line, at_instruction, current});
+            }
         }
         return peak;
     }
@@ -295,6 +309,8 @@ private:
     const size_t fn_;
     const InstructionMask& mask_;
     const std::vector<double>& callee_peaks_;
+    const std::vector<std::vector<double>>* callee_lines_;
+    std::vector<double> lines_;
     const ControlFlow& flow_;
     std::unordered_map<uint32_t, size_t> block_of_label_;
     std::unordered_map<uint32_t, uint32_t> index_;
@@ -309,12 +325,27 @@ double peak_registers(const Program& program, const InstructionMask& mask) {
     const Module& module = program.module;
     std::vector<double> peaks(module.functions.size(), 0.0);
     for (size_t fn : program.callees_first()) {
-        peaks[fn] = FunctionLiveness(program, fn, mask, peaks).peak();
+        peaks[fn] = FunctionLiveness(program, fn, mask, peaks, nullptr).peak();
     }
     if (program.entry_function >= module.functions.size() || !program.reachable_functions[program.entry_function]) {
         return 0;
     }
     return peaks[program.entry_function];
+}
+
+std::vector<double> registers_by_line(const Program& program, const InstructionMask& mask) {
+    const Module& module = program.module;
+    std::vector<double> peaks(module.functions.size(), 0.0);
+    std::vector<std::vector<double>> lines(module.functions.size());
+    for (size_t fn : program.callees_first()) {
+        FunctionLiveness liveness(program, fn, mask, peaks, &lines);
+        peaks[fn] = liveness.peak();
+        lines[fn] = std::move(liveness.lines());
+    }
+    if (program.entry_function >= module.functions.size() || !program.reachable_functions[program.entry_function]) {
+        return std::vector<double>(module.source_lines.size(), -1.0);
+    }
+    return lines[program.entry_function];
 }
 
 }  // namespace reference

@@ -12,4 +12,10 @@ namespace reference {
 // uniforms read in place, constants and handles take no work register.
 double peak_registers(const Program& program, const InstructionMask& mask);
 
+// The same figure at each source line: the most registers live where the
+// line's instructions run (callees' lines counted with what their caller
+// keeps live), by Module::source_lines index; negative where the variant has
+// no instruction of that line.
+std::vector<double> registers_by_line(const Program& program, const InstructionMask& mask);
+
 }  // namespace reference

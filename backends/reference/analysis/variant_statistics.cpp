@@ -15,6 +15,31 @@ namespace {
 // rounding noise from the 16-bit halves.
 constexpr double REGISTER_SLACK = 1e-6;
 
+uint64_t register_bytes(const ArchitectureProfile& profile, uint64_t registers) {
+    return registers * 4u * profile.register_components;
+}
+
+// Traffic through the load/store unit that every path of the variant pays;
+// no source line causes it.
+void add_to_every_path(PathFigures& figures, double messages) {
+    figures.total[PipeLS] += messages;
+    figures.shortest[PipeLS] += messages;
+    figures.longest[PipeLS] += messages;
+    if (!figures.lines.empty()) figures.lines[0][PipeLS] += messages;
+}
+
+}  // namespace
+
+uint64_t whole_registers(double peak_registers) {
+    return static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
+}
+
+uint64_t spilled_bytes(const ArchitectureProfile& profile, double peak_registers) {
+    const uint64_t registers = whole_registers(peak_registers);
+    if (registers <= profile.work_registers) return 0;
+    return register_bytes(profile, registers - profile.work_registers);
+}
+
 std::string slash_list(const std::vector<double>& values) {
     std::string text;
     for (double value : values) {
@@ -24,28 +49,20 @@ std::string slash_list(const std::vector<double>& values) {
     return text;
 }
 
-uint64_t whole_registers(double peak_registers) {
-    return static_cast<uint64_t>(std::ceil(std::max(0.0, peak_registers - REGISTER_SLACK)));
+std::vector<double> pipe_values(const CoreModel& core, const PipeCycles& cycles, bool varyings) {
+    const double arithmetic = cycles[PipeFMA] + cycles[PipeCVT] + cycles[PipeSFU];
+    if (core.architecture == Architecture::Tarsel) return {arithmetic, cycles[PipeLS], cycles[PipeT]};
+    std::vector<double> values;
+    if (core.architecture == Architecture::Ostrem) {
+        values.push_back(arithmetic);
+    } else {
+        values.insert(values.end(), {cycles[PipeFMA], cycles[PipeCVT], cycles[PipeSFU]});
+    }
+    values.push_back(cycles[PipeLS]);
+    if (varyings) values.push_back(cycles[PipeV]);
+    values.push_back(cycles[PipeT]);
+    return values;
 }
-
-uint64_t register_bytes(const ArchitectureProfile& profile, uint64_t registers) {
-    return registers * 4u * profile.register_components;
-}
-
-uint64_t spilled_bytes(const ArchitectureProfile& profile, double peak_registers) {
-    const uint64_t registers = whole_registers(peak_registers);
-    if (registers <= profile.work_registers) return 0;
-    return register_bytes(profile, registers - profile.work_registers);
-}
-
-// Traffic through the load/store unit that every path of the variant pays.
-void add_to_every_path(PathFigures& figures, double messages) {
-    figures.total[PipeLS] += messages;
-    figures.shortest[PipeLS] += messages;
-    figures.longest[PipeLS] += messages;
-}
-
-}  // namespace
 
 std::string format_figure(double value) {
     if (!std::isfinite(value)) return "0";
@@ -86,27 +103,13 @@ void add_pipe_figures(Statistics& statistics, const CoreModel& core, const PathF
         }
         return;
     }
-    std::vector<double> total, shortest, longest_path;
-    std::string names;
-    auto add = [&](const char* name, double t, double s, double l) {
-        names += names.empty() ? name : std::string("/") + name;
-        total.push_back(t);
-        shortest.push_back(s);
-        longest_path.push_back(longest(l));
-    };
-    if (core.architecture == Architecture::Ostrem) {
-        add("A", arithmetic(figures.total), arithmetic(figures.shortest), arithmetic(figures.longest));
-    } else {
-        add("A1", figures.total[PipeFMA], figures.shortest[PipeFMA], figures.longest[PipeFMA]);
-        add("A2", figures.total[PipeCVT], figures.shortest[PipeCVT], figures.longest[PipeCVT]);
-        add("A3", figures.total[PipeSFU], figures.shortest[PipeSFU], figures.longest[PipeSFU]);
-    }
-    add("LS", figures.total[PipeLS], figures.shortest[PipeLS], figures.longest[PipeLS]);
-    if (varyings) add("V", figures.total[PipeV], figures.shortest[PipeV], figures.longest[PipeV]);
-    add("T", figures.total[PipeT], figures.shortest[PipeT], figures.longest[PipeT]);
+    std::string names = core.architecture == Architecture::Ostrem ? "A/LS" : "A1/A2/A3/LS";
+    names += varyings ? "/V/T" : "/T";
+    std::vector<double> longest_path = pipe_values(core, figures.longest, varyings);
+    for (double& value : longest_path) value = longest(value);
     statistics.emplace_back("pipe_names", names);
-    statistics.emplace_back("cycles", slash_list(total));
-    statistics.emplace_back("shortest", slash_list(shortest));
+    statistics.emplace_back("cycles", slash_list(pipe_values(core, figures.total, varyings)));
+    statistics.emplace_back("shortest", slash_list(pipe_values(core, figures.shortest, varyings)));
     statistics.emplace_back("longest", slash_list(longest_path));
 }
 

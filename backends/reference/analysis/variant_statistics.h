@@ -17,6 +17,20 @@ using Statistics = std::vector<std::pair<std::string, std::string>>;
 // nine significant digits.
 std::string format_figure(double value);
 
+// Registers are counted in whole units.
+uint64_t whole_registers(double peak_registers);
+
+// Bytes of the registers beyond the register file, spilled to the stack.
+uint64_t spilled_bytes(const ArchitectureProfile& profile, double peak_registers);
+
+// Figures as "a/b/c" in format_figure's form.
+std::string slash_list(const std::vector<double>& values);
+
+// The figures the program reads for one set of cycles, in its pipe order:
+// A1/A2/A3 (Pelion and later) or A (Ostrem), LS, V where the program has
+// varyings, T; on Tarsel the arithmetic total, LS and T.
+std::vector<double> pipe_values(const CoreModel& core, const PipeCycles& cycles, bool varyings);
+
 // "pipe_names", "cycles", "shortest", "longest" (or the per-pipe keys on
 // Tarsel) for the figures of a variant; the varying pipe only for programs
 // that have varyings (not kernels).
