@@ -5,6 +5,7 @@
 #include "analysis/analyse.h"
 #include "api.h"
 #include "core_features.h"
+#include "debug_lines.h"
 #include "feature_checks.h"
 #include "glsl_es_front_end.h"
 #include "opencl_front_end.h"
@@ -169,6 +170,7 @@ CompileResult compile_program(const std::string& library_type, const CoreInfo& c
     result.errors = front.errors;
     if (!result.errors.empty() || front.module.empty()) return result;
 
+    lines_from_shader_debug_info(front.module);
     const std::vector<uint32_t>& module = front.module;
     const spv_target_env environment = environment_for(api, module);
     const size_t nesting = control_flow_nesting_depth(module);

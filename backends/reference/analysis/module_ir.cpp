@@ -4,8 +4,6 @@
 #include <cstddef>
 #include <unordered_set>
 
-#include <spirv/unified1/NonSemanticShaderDebugInfo100.h>
-
 #include "analysis/spirv_defs.h"
 #include "analysis/spirv_words.h"
 
@@ -169,9 +167,6 @@ private:
             strings_.emplace(words[0], literal_text(words + 1, count - 1, used));
         } else if (opcode == spv::OpSource && count >= 3) {
             main_file_ = words[2];
-        } else if (opcode == OpExtInst && debug_instruction(words, count) == NonSemanticShaderDebugInfo100DebugSource &&
-                   count >= 5) {
-            debug_sources_.emplace(words[1], words[4]);
         } else if (opcode == OpExtInstImport && count >= 2) {
             size_t used = 0;
             module_.ext_imports.emplace(words[0], literal_text(words + 1, count - 1, used));
@@ -237,8 +232,8 @@ private:
             current_line_ = source_line(words[0], words[1]);
         } else if (opcode == OpNoLine) {
             current_line_ = 0;
-        } else if (opcode == OpExtInst && is_debug_info(opcode, words, count)) {
-            debug_line(words, count);
+        } else if (is_debug_info(opcode, words, count)) {
+            // Describes the source; never runs.
         } else if (opcode == OpLabel && count >= 1) {
             current_line_ = 0;  // a line does not reach into the next block
             function_->blocks.emplace_back();
@@ -276,27 +271,6 @@ private:
                 set->second == "DebugInfo");
     }
 
-    // The instruction number of a non-semantic shader debug-info instruction;
-    // 0 for anything else.
-    uint32_t debug_instruction(const uint32_t* words, size_t count) const {
-        if (count < 4) return 0;
-        auto set = module_.ext_imports.find(words[2]);
-        if (set == module_.ext_imports.end() || set->second != "NonSemantic.Shader.DebugInfo.100") return 0;
-        return words[3];
-    }
-
-    void debug_line(const uint32_t* words, size_t count) {
-        const uint32_t instruction = debug_instruction(words, count);
-        if (instruction == NonSemanticShaderDebugInfo100DebugNoLine) {
-            current_line_ = 0;
-        } else if (instruction == NonSemanticShaderDebugInfo100DebugLine && count >= 6) {
-            auto source = debug_sources_.find(words[4]);
-            auto line = module_.constants.find(words[5]);
-            if (source != debug_sources_.end() && line != module_.constants.end() && !line->second.operands.empty())
-                current_line_ = source_line(source->second, line->second.operands[0]);
-        }
-    }
-
     // The index of a (file, line) pair, adding it when new; the main source
     // is file 0 whatever order the files are met in.
     uint32_t source_line(uint32_t file_string, uint32_t line) {
@@ -326,9 +300,8 @@ private:
     Function* function_ = nullptr;
     bool block_open_ = false;
     std::vector<std::pair<uint32_t, uint32_t>> modes_;
-    std::unordered_map<uint32_t, std::string> strings_;     // OpString by id
-    std::unordered_map<uint32_t, uint32_t> debug_sources_;  // DebugSource id -> its file's OpString
-    uint32_t main_file_ = 0;                                // OpSource's file
+    std::unordered_map<uint32_t, std::string> strings_;  // OpString by id
+    uint32_t main_file_ = 0;                             // OpSource's file
     uint32_t current_line_ = 0;
     std::unordered_map<uint32_t, uint32_t> file_indices_;  // OpString id -> source_files index
     std::map<std::pair<uint32_t, uint32_t>, uint32_t> line_indices_;

@@ -9,8 +9,10 @@
 #include <map>
 #include <sstream>
 
+#include "child_process.h"
 #include "compile_pipeline.h"
 #include "core_catalogue.h"
+#include "temporary_directory.h"
 
 using namespace reference;
 
@@ -60,11 +62,12 @@ Figures totals(const Statistics& variant) {
     return tarsel;
 }
 
-CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool opencl = false) {
+CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool opencl = false,
+                       bool source_costs = true) {
     CompileOptions options;
     options.compiler_type = opencl ? "opencl" : "openglessl";
     options.stage = stage;
-    options.request_source_costs = true;
+    options.request_source_costs = source_costs;
     options.request_idvs = stage == Stage::Vertex;
     options.request_pilot = false;
     return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.c_str());
@@ -96,6 +99,13 @@ TEST(SourceLineCosts, AddUpToTheTotalsOfEveryExampleOnEveryArchitecture) {
             SCOPED_TRACE(std::string(file) + " on " + core);
             const CompileResult result = annotate(core, source, stage, stage == Stage::Kernel);
             ASSERT_TRUE(result.errors.empty()) << result.errors.front();
+            // Keeping source positions changes no figure.
+            const CompileResult plain = annotate(core, source, stage, stage == Stage::Kernel, false);
+            ASSERT_EQ(plain.variants.size(), result.variants.size());
+            for (size_t v = 0; v < plain.variants.size(); ++v) {
+                for (const auto& [key, value] : plain.variants[v])
+                    EXPECT_EQ(stat(result.variants[v], key), value) << key;
+            }
             for (const Statistics& variant : result.variants) {
                 const Figures total = totals(variant);
                 Figures sum(total.size(), 0.0);
@@ -179,4 +189,35 @@ TEST(SourceLineCosts, StackArraysAndOpenClLinesHaveTheirPlace) {
                                           Stage::Kernel, true);
     ASSERT_TRUE(kernel.errors.empty()) << kernel.errors.front();
     EXPECT_EQ(dearest(kernel.variants.at(0), 0).first, "0:3");
+}
+
+TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
+    TemporaryDirectory directory("lines-test");
+    std::ofstream(directory.file("shade.frag")) << "#version 450\n"
+                                                   "layout(location = 0) in vec4 v;\n"
+                                                   "layout(location = 0) out vec4 c;\n"
+                                                   "void main() {\n"
+                                                   "    c = sqrt(v) * 2.0;\n"
+                                                   "}\n";
+    // Plain OpLine, non-semantic DebugLine, and no line information at all.
+    for (const char* debug : {"-g", "-gVS", "-g0"}) {
+        SCOPED_TRACE(debug);
+        const ChildProcessResult run =
+            run_child_process({SHADEX_BIN_DIR "/external/glslang", "-V", debug, "shade.frag", "-o", "shade.spv"},
+                              directory.path(), directory.file("log"), std::chrono::seconds(60));
+        ASSERT_TRUE(run.succeeded());
+        std::ifstream in(directory.file("shade.spv"), std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        CompileOptions options;
+        options.compiler_type = "openglessl";
+        options.stage = Stage::Fragment;
+        options.spirv = true;
+        options.spirv_length = bytes.size();
+        options.request_source_costs = true;
+        const CompileResult result =
+            compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, bytes.data());
+        ASSERT_TRUE(result.errors.empty()) << result.errors.front();
+        const Statistics& main = result.variants.at(0);
+        EXPECT_EQ(dearest(main, 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
+    }
 }
