@@ -15,6 +15,7 @@ GOALS = [
     ("suite_speedup", "shadex-suite files/s over one shadex per file", 10.0, "", ">="),
     ("suite_peak_mb", "shadex-suite peak memory of a worker, corpus 5x", 150.0, "MB", "<"),
     ("suite_peak_growth", "shadex-suite peak at 5x / at 1x", 1.2, "", "<="),
+    ("annotate_ratio", "median shadex --annotate / shadex, examples and corpus sample", 1.5, "", "<="),
 ]
 
 

@@ -50,7 +50,7 @@ def parse_arguments():
     parser.add_argument("--repeat", type=int, help="runs per measurement, whatever its length")
     parser.add_argument("--quick", action="store_true", help="3 runs per measurement, 1 for slow ones")
     parser.add_argument("--filter", help="only cases whose name matches this regular expression "
-                                         "(list, info, examples/..., corpus/..., throughput, scaling)")
+                                         "(list, info, examples/..., corpus/..., throughput, suite, annotate, scaling)")
     parser.add_argument("--jobs", type=int, default=2, help="processes at a time for throughput (default 2)")
     parser.add_argument("--timeout", type=float, default=DEFAULT_TIMEOUT,
                         help="seconds one run may take before it is killed (default %d)" % DEFAULT_TIMEOUT)
@@ -254,6 +254,29 @@ class Bench:
         if per_process:
             self.figures["suite_speedup"] = rows[1]["runs_per_s"] / per_process
 
+    # Costs per source line -------------------------------------------------
+
+    def run_annotate(self):
+        """The examples and the corpus sample with and without --annotate, interleaved."""
+        if not self.wanted("annotate"):
+            return
+        rows = []
+        programs = [program for program in self.compile_programs() if program.name]
+        for number, program in enumerate(programs, 1):
+            progress("annotate %d/%d: %s" % (number, len(programs), program.name))
+            argv, cwd = corpus_files.shadex_command(self.shadex, program)
+            annotated = argv[:-1] + ["--annotate"] + argv[-1:]
+            plain, with_lines = measure.measure_interleaved([(argv, cwd), (annotated, cwd)], self.repeats,
+                                                            self.timeout)
+            if plain.outcome() != "exit0" or with_lines.outcome() != "exit0":
+                continue
+            rows.append({"name": program.name, "plain_ms": round(plain.wall_ms, 1),
+                         "annotated_ms": round(with_lines.wall_ms, 1),
+                         "ratio": round(with_lines.wall_ms / plain.wall_ms, 3)})
+        if rows:
+            self.results["annotate"] = rows
+            self.figures["annotate_ratio"] = report.median_or_none([row["ratio"] for row in rows])
+
     # Scaling -------------------------------------------------------------
 
     def run_scaling(self):
@@ -367,6 +390,14 @@ def print_report(bench, goal_rows, load_before, load_after):
                 label, row["runs"], row["elapsed_s"], row["runs_per_s"], row["peak_mb"]))
         print("  by API: " + "; ".join("%s %.1f runs/s" % (api, row["runs_per_s"]) for api, row in suite["by_api"].items()))
 
+    if results.get("annotate"):
+        print("\nCosts per source line: --annotate beside the same run without it (medians)")
+        rows = [[row["name"], report.format_number(row["plain_ms"]), report.format_number(row["annotated_ms"]),
+                 report.format_number(row["ratio"], 2)] for row in results["annotate"]]
+        report.print_table(["file", "plain ms", "--annotate ms", "ratio"], rows, {1, 2, 3})
+        worst = max(results["annotate"], key=lambda row: row["ratio"])
+        print("  worst %.2f (%s)" % (worst["ratio"], worst["name"]))
+
     if results.get("largest_peak") or results.get("largest_shader"):
         print("\nPeak resident memory (largest process of a run's tree)")
         if results.get("largest_peak"):
@@ -405,6 +436,7 @@ def main():
         bench.run_compiles()
         bench.run_throughput()
         bench.run_suite()
+        bench.run_annotate()
         bench.run_scaling()
     bench.summarise_memory()
     load_after = os.getloadavg()[0]
