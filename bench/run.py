@@ -126,6 +126,11 @@ class Bench:
         return versions
 
     def compile_programs(self):
+        if getattr(self, "_compile_programs", None) is None:
+            self._compile_programs = self.find_compile_programs()
+        return self._compile_programs
+
+    def find_compile_programs(self):
         programs = corpus_files.example_programs(os.path.join(REPO_DIR, "examples"))
         for program in programs:
             program.group = "examples"
@@ -261,7 +266,7 @@ class Bench:
         if not self.wanted("annotate"):
             return
         rows = []
-        programs = [program for program in self.compile_programs() if program.name]
+        programs = self.compile_programs()
         for number, program in enumerate(programs, 1):
             progress("annotate %d/%d: %s" % (number, len(programs), program.name))
             argv, cwd = corpus_files.shadex_command(self.shadex, program)
