@@ -91,6 +91,17 @@ const std::unordered_map<uint32_t, Recipe>& glsl_recipes() {
         {GLSLstd450InterpolateAtSample, shaped(S::Interpolate)},
         {GLSLstd450InterpolateAtOffset, shaped(S::Interpolate)},
         {GLSLstd450NClamp, elementwise(2, 0, 0)},
+        // One fma-pipe operation, like a plain add or multiply.
+        {GLSLstd450Fma, elementwise(1, 0, 0)},
+        {GLSLstd450FMin, elementwise(1, 0, 0)},
+        {GLSLstd450FMax, elementwise(1, 0, 0)},
+        {GLSLstd450UMin, elementwise(1, 0, 0)},
+        {GLSLstd450UMax, elementwise(1, 0, 0)},
+        {GLSLstd450SMin, elementwise(1, 0, 0)},
+        {GLSLstd450SMax, elementwise(1, 0, 0)},
+        {GLSLstd450NMin, elementwise(1, 0, 0)},
+        {GLSLstd450NMax, elementwise(1, 0, 0)},
+        {GLSLstd450Step, elementwise(1, 0, 0)},
     };
     return table;
 }
@@ -182,6 +193,10 @@ const std::unordered_map<uint32_t, Recipe>& opencl_recipes() {
             {OpenCLLIB::Clz, elementwise(0, 1, 0)},
             {OpenCLLIB::Ctz, elementwise(0, 1, 0)},
             {OpenCLLIB::SMad_hi, elementwise(2, 0, 0)},
+            {OpenCLLIB::Fma, elementwise(1, 0, 0)},
+            {OpenCLLIB::Mad, elementwise(1, 0, 0)},
+            {OpenCLLIB::Fmin, elementwise(1, 0, 0)},
+            {OpenCLLIB::Fmax, elementwise(1, 0, 0)},
             {OpenCLLIB::UMad_sat, elementwise(2, 0, 0)},
             {OpenCLLIB::SMad_sat, elementwise(2, 0, 0)},
             {OpenCLLIB::SMul_hi, elementwise(2, 0, 0)},
