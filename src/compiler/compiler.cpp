@@ -218,7 +218,7 @@ CompileInput Compiler::start_input(const Bytes& bytes, Bytes& copy, SourceType s
 
 CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type, const std::string& cl_std,
                                    const std::vector<std::string>& defines, const std::string& kernel_name,
-                                   const std::vector<std::string>& include_paths) {
+                                   const std::vector<std::string>& include_paths, bool source_costs) {
     Bytes copy;
     CompileInput input = start_input(source, copy, source_type);
     for (const std::string& define : defines) input.add_flexible_input("define", define);
@@ -230,11 +230,11 @@ CompileOutputPtr Compiler::compile(const Bytes& source, SourceType source_type, 
     if (source_type == SourceType::Fragment && variants.count("per_fragment_shader"))
         input.add_flexible_input("variants", "per_fragment_shader");
     for (const std::string& path : include_paths) input.add_flexible_input("include_path", path);
-    return run(input, source_type);
+    return run(input, source_type, source_costs);
 }
 
 CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_type, const std::string& cl_std,
-                                         const std::string& entrypoint) {
+                                         const std::string& entrypoint, bool source_costs) {
     Bytes copy;
     CompileInput input = start_input(module, copy, source_type);
     input.add_flexible_input("spirv", "true");
@@ -246,7 +246,7 @@ CompileOutputPtr Compiler::compile_spirv(const Bytes& module, SourceType source_
         input.add_flexible_input("cl_std", cl_std);
     }
     add_request_options(input, source_type);
-    return run(input, source_type);
+    return run(input, source_type, source_costs);
 }
 
 void Compiler::add_request_options(CompileInput& input, SourceType source_type) const {
@@ -255,12 +255,14 @@ void Compiler::add_request_options(CompileInput& input, SourceType source_type) 
     if (source_type == SourceType::Vertex) input.add_flexible_input("request-idvs", "true");
 }
 
-CompileOutputPtr Compiler::run(CompileInput& input, SourceType source_type) {
+CompileOutputPtr Compiler::run(CompileInput& input, SourceType source_type, bool source_costs) {
+    if (source_costs) input.add_flexible_input("request-source-costs", "true");
     shadex_outputs outputs{};
     do_compile(input.get(), &outputs);
     // Released once whether or not the copy below succeeds.
     Promise release([this, &outputs] { library->release_outputs(&outputs); });
-    return std::make_unique<CompileOutput>(architecture, core, revision, driver, type, source_type, outputs);
+    return std::make_unique<CompileOutput>(architecture, core, revision, driver, type, source_type, outputs,
+                                           source_costs);
 }
 
 void Compiler::do_compile(const shadex_inputs* inputs, shadex_outputs* outputs) {

@@ -45,11 +45,13 @@ public:
     bool supports_geometry_shaders();
     bool supports_tessellation_shaders();
 
+    // With `source_costs` the back-end is asked for per-line costs, last of
+    // the options, and the result reads them.
     CompileOutputPtr compile(const Bytes& source, SourceType source_type, const std::string& cl_std,
                              const std::vector<std::string>& defines = {}, const std::string& kernel_name = "",
-                             const std::vector<std::string>& include_paths = {});
+                             const std::vector<std::string>& include_paths = {}, bool source_costs = false);
     CompileOutputPtr compile_spirv(const Bytes& module, SourceType source_type, const std::string& cl_std,
-                                   const std::string& entrypoint = "");
+                                   const std::string& entrypoint = "", bool source_costs = false);
 
     std::string driver;
     ArchitectureType architecture;
@@ -60,7 +62,7 @@ public:
 
 private:
     // Sends the request options, calls the library and copies the result.
-    CompileOutputPtr run(CompileInput& input, SourceType source_type);
+    CompileOutputPtr run(CompileInput& input, SourceType source_type, bool source_costs);
     void add_request_options(CompileInput& input, SourceType source_type) const;
     CompileInput start_input(const Bytes& bytes, Bytes& copy, SourceType source_type) const;
     void do_compile(const shadex_inputs* inputs, shadex_outputs* outputs);

@@ -37,12 +37,13 @@ struct InputShape {
     bool is_spirv = false;
     bool bytes_are_spirv = false;
     std::string spirv_entry;
+    std::vector<unsigned> line_ends;  // of each input, when annotating
 };
 
 InputShape examine_inputs(const OptionSet& options) {
     const std::vector<std::string>& files = options.input_files.getValue();
     InputShape shape;
-    shape.bytes = read_inputs(files);
+    shape.bytes = read_inputs(files, options.annotate.getValue() ? &shape.line_ends : nullptr);
 
     SourceType identified_stage = SourceType::None;
     shape.bytes_are_spirv = identify_spirv(shape.bytes, identified_stage, shape.spirv_entry);
@@ -198,12 +199,12 @@ std::string resolve_entrypoint(const Bytes& module, SourceType stage, std::strin
 
 CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::string entrypoint,
                                 const std::vector<std::string>& defines, const SpecializationConstants& constants,
-                                const std::vector<std::string>& include_dirs, VulkanConverter convert) {
+                                const std::vector<std::string>& include_dirs, bool annotate, VulkanConverter convert) {
     bool relaxed = false;
     if (!shape.is_spirv) {
         std::vector<std::string> messages;
         shape.bytes = convert(shape.bytes, defines, pretty_print_version_string(compiler.version), entrypoint,
-                              shape.stage, messages, relaxed, include_dirs);
+                              shape.stage, messages, relaxed, include_dirs, annotate);
         entrypoint = "main";
         if (!messages.empty()) {
             shadex_outputs nothing{};
@@ -222,7 +223,7 @@ CompileOutputPtr compile_vulkan(Compiler& compiler, InputShape& shape, std::stri
     std::vector<std::string> warnings = preprocess_spirv(shape.bytes);
     apply_specialization_constants(shape.bytes, constants);
     entrypoint = resolve_entrypoint(shape.bytes, shape.stage, entrypoint);
-    CompileOutputPtr output = compiler.compile_spirv(shape.bytes, shape.stage, "", entrypoint);
+    CompileOutputPtr output = compiler.compile_spirv(shape.bytes, shape.stage, "", entrypoint, annotate);
     // Module edits come first: they happened before the back-end saw it.
     output->warnings.insert(output->warnings.begin(), warnings.begin(), warnings.end());
     if (relaxed)
@@ -290,15 +291,18 @@ int run_compile_job(OptionSet& options, CompilerManager& manager, OmbraOutput& o
     // The back-end takes the OpenCL C standard in its -cl-std form.
     std::string cl_std = "CL" + cl_version;
     CompileOutputPtr result;
+    const bool annotate = options.annotate.getValue();
     if (api == CompilerType::Vulkan)
-        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants, include_dirs, convert_vulkan_glsl);
+        result = compile_vulkan(*compiler, shape, entrypoint, defines, constants, include_dirs, annotate,
+                                convert_vulkan_glsl);
     else if (api == CompilerType::OpenCL && shape.is_spirv)
-        result = compiler->compile_spirv(shape.bytes, shape.stage, cl_std, entrypoint);
+        result = compiler->compile_spirv(shape.bytes, shape.stage, cl_std, entrypoint, annotate);
     else
-        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint, include_dirs);
+        result = compiler->compile(shape.bytes, shape.stage, cl_std, defines, entrypoint, include_dirs, annotate);
 
+    const ProgramInputs inputs{options.input_files.getValue(), shape.line_ends, shape.is_spirv};
     ReportFormat format = options.format.getValue();
     print_compile_report(output.report(format), options.detailed.getValue(), source_text, *result,
-                         options.input_files.getValue().front(), format);
+                         options.input_files.getValue().front(), format, annotate ? &inputs : nullptr);
     return result->errors.empty() ? 0 : 1;
 }

@@ -19,7 +19,7 @@ Compiler* determine_compiler(CompilerManager& manager, const std::string& core, 
 using VulkanConverter = Bytes (*)(const Bytes& source, const std::vector<std::string>& defines,
                                   const std::string& version, const std::string& entrypoint, SourceType stage,
                                   std::vector<std::string>& messages, bool& relaxed,
-                                  const std::vector<std::string>& include_dirs);
+                                  const std::vector<std::string>& include_dirs, bool debug_info);
 
 // Each returns the process exit status.
 int run_list_job(OptionSet& options, CompilerManager& manager, OmbraOutput& output);

@@ -50,6 +50,9 @@ The stage comes from a stage switch or from the input file's extension (see
 FILE EXTENSIONS); the API from the input unless \fB\-\-opengles\fR,
 \fB\-\-vulkan\fR or \fB\-\-opencl\fR says otherwise. Several source files
 are concatenated in the order given.
+.PP
+With \fB\-\-annotate\fR each variant's costs are also given per source line,
+in the file and at the line the user knows it by.
 )";
 
 const char* const REST = R"(.SH EXIT STATUS
@@ -68,6 +71,7 @@ shadex examples/lighting.frag
 shadex \-c Koro\-N68 \-d examples/lighting.frag
 shadex \-\-vulkan \-f shader.glsl \-D USE_FOG=1
 shadex \-\-vulkan \-I shaders/include pbr.frag
+shadex \-\-annotate examples/lighting.frag
 shadex shader.frag.spv \-S 3=true \-S 4=\-12
 shadex \-n saxpy examples/saxpy.cl
 cat a.frag | shadex \-f \-

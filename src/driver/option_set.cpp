@@ -76,12 +76,14 @@ OptionSet::OptionSet(OmbraOutput& out)
                                                                                           ReportFormat::Json},
       format_constraint(format_values),
       format("", "format", "Specify the report output format.", false, ReportFormat::Text, &format_constraint),
-      include_dirs("I", "include", "Add a directory to the include search path.", false, "DIR") {
+      include_dirs("I", "include", "Add a directory to the include search path.", false, "DIR"),
+      annotate("", "annotate", "Attribute the costs to source lines.", false) {
     std::vector<TCLAP::Arg*> order = {
         &opengles, &vulkan,       &opencl, &vertex,         &tess_control, &tess_evaluation, &geometry,
         &fragment, &compute,      &kernel, &ray_generation, &ray_any_hit,  &ray_closest_hit, &ray_intersection,
         &ray_miss, &ray_callable, &spirv,  &list,           &info,         &output,          &input_files,
-        &defines,  &sconsts,      &core,   &name,           &detailed,     &format,          &include_dirs};
+        &defines,  &sconsts,      &core,   &name,           &detailed,     &format,          &include_dirs,
+        &annotate};
     for (TCLAP::Arg* arg : order) cmd.add(arg);
     declaration_order = order;
     cmd.setOutput(&out);

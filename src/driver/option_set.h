@@ -72,6 +72,7 @@ public:
     TCLAP::ValuesConstraint<ReportFormat> format_constraint;
     TCLAP::ValueArg<ReportFormat> format;
     TCLAP::MultiArg<std::string> include_dirs;
+    TCLAP::SwitchArg annotate;
 
 private:
     std::vector<TCLAP::Arg*> declaration_order;

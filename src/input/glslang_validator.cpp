@@ -8,6 +8,7 @@
 #include "common/promise.h"
 #include "common/text.h"
 #include "input/input_reader.h"
+#include "input/spirv_module.h"
 
 // Set by the build from the step that packages the validator.
 #ifndef SHADEX_GLSLANG_BANNER
@@ -61,7 +62,8 @@ bool GlslangValidator::validate_trusted(const std::string& path) {
 std::string GlslangValidator::generate_spirv_binary(const std::string& validator, const std::string& tempdir,
                                                     const std::string& source, const std::vector<std::string>& defines,
                                                     const std::string& version, const std::string& entrypoint,
-                                                    bool& relaxed, const std::vector<std::string>& include_dirs) {
+                                                    bool& relaxed, const std::vector<std::string>& include_dirs,
+                                                    bool debug_info) {
     relaxed = false;
     // The two blanks in the message for an empty path are long-standing output.
     if (source.empty()) throw GlslangInputError("Source file " + source + " is empty.");
@@ -69,7 +71,7 @@ std::string GlslangValidator::generate_spirv_binary(const std::string& validator
 
     std::string output_path = tempdir + get_path_sep() + "temp-binary.spv";
     std::vector<std::string> arguments =
-        glslang_arguments(validator, source, output_path, defines, version, entrypoint, include_dirs);
+        glslang_arguments(validator, source, output_path, defines, version, entrypoint, include_dirs, debug_info);
     relaxed = needs_entrypoint_rename(entrypoint);
 
     std::string captured;
@@ -82,7 +84,7 @@ bool needs_entrypoint_rename(const std::string& entrypoint) { return !entrypoint
 std::vector<std::string> glslang_arguments(const std::string& validator, const std::string& source,
                                            const std::string& output, const std::vector<std::string>& defines,
                                            const std::string& version, const std::string& entrypoint,
-                                           const std::vector<std::string>& include_dirs) {
+                                           const std::vector<std::string>& include_dirs, bool debug_info) {
     std::vector<std::string> arguments = {validator, "-V", source, "-o", output, "--target-env", "spirv" + version};
     // Another entry point is compiled under the name main; the validator
     // only accepts that with its relaxed checks.
@@ -90,6 +92,7 @@ std::vector<std::string> glslang_arguments(const std::string& validator, const s
         arguments.insert(arguments.end(), {"--source-entrypoint", entrypoint, "-e", "main", "-s"});
     for (const auto& define : defines) arguments.push_back("-D" + define);
     for (const auto& dir : include_dirs) arguments.push_back("-I" + dir);
+    if (debug_info) arguments.push_back("-g");
     return arguments;
 }
 
@@ -111,9 +114,11 @@ std::vector<std::string> translate_glslang_errors(const std::string& output, con
     return messages;
 }
 
+std::string debug_info_source_name(SourceType stage) { return get_extension(stage, false); }
+
 Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines, const std::string& version,
                        const std::string& entrypoint, SourceType stage, std::vector<std::string>& messages,
-                       bool& relaxed, const std::vector<std::string>& include_dirs) {
+                       bool& relaxed, const std::vector<std::string>& include_dirs, bool debug_info) {
     relaxed = false;
     const std::string separator = get_path_sep();
     const std::string validator_path = get_executable_dir() + separator + "external/glslang";
@@ -140,7 +145,7 @@ Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defi
     try {
         GlslangValidator validator(validator_path);
         binary_path = GlslangValidator::generate_spirv_binary(validator.path, tempdir, source_path, defines, version,
-                                                              entrypoint, relaxed, include_dirs);
+                                                              entrypoint, relaxed, include_dirs, debug_info);
     } catch (const GlslangBinaryError&) {
         throw KoroException_("Packaged glslang binary not found");
     } catch (const GlslangInputError& error) {
@@ -148,5 +153,8 @@ Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defi
             messages.push_back(std::move(message));
         return {};
     }
-    return read_inputs({binary_path});
+    Bytes module = read_inputs({binary_path});
+    // The private directory is in the name; a module must not differ from run to run.
+    if (debug_info) rename_spirv_string(module, source_path, debug_info_source_name(stage));
+    return module;
 }

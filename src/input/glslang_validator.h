@@ -47,7 +47,8 @@ public:
     static std::string generate_spirv_binary(const std::string& validator, const std::string& tempdir,
                                              const std::string& source, const std::vector<std::string>& defines,
                                              const std::string& version, const std::string& entrypoint, bool& relaxed,
-                                             const std::vector<std::string>& include_dirs = {});
+                                             const std::vector<std::string>& include_dirs = {},
+                                             bool debug_info = false);
 
     std::string path;
 };
@@ -57,20 +58,27 @@ public:
 bool needs_entrypoint_rename(const std::string& entrypoint);
 
 // The validator's argument vector, program first; nothing is quoted because
-// no shell is involved. Include directories come last, one "-I<dir>" each.
+// no shell is involved. Include directories come next to last, one
+// "-I<dir>" each; with `debug_info`, "-g" (source lines in the module) last.
 std::vector<std::string> glslang_arguments(const std::string& validator, const std::string& source,
                                            const std::string& output, const std::vector<std::string>& defines,
                                            const std::string& version, const std::string& entrypoint,
-                                           const std::vector<std::string>& include_dirs = {});
+                                           const std::vector<std::string>& include_dirs = {}, bool debug_info = false);
 
 // Turns the validator's output for a failed conversion into compiler
 // messages ("0:LINE: X0000: ..." or "X0000: ..." for link errors). A
 // diagnostic about an included file keeps that file's name.
 std::vector<std::string> translate_glslang_errors(const std::string& output, const std::string& source_path);
 
+// The file name a module with debug info gives the source it was converted
+// from, whichever converter made it: the stage's extension, as the validator
+// names a source in its own directory.
+std::string debug_info_source_name(SourceType stage);
+
 // Converts Vulkan GLSL with the validator under the executable's directory.
 // On a conversion failure the reasons are appended to `messages` and the
 // result is empty. A missing or untrusted validator raises KoroException_.
+// With `debug_info` the module carries the source and its lines.
 Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines, const std::string& version,
                        const std::string& entrypoint, SourceType stage, std::vector<std::string>& messages,
-                       bool& relaxed, const std::vector<std::string>& include_dirs = {});
+                       bool& relaxed, const std::vector<std::string>& include_dirs = {}, bool debug_info = false);

@@ -7,6 +7,8 @@
 #include <iostream>
 #include <iterator>
 
+#include "common/joined_lines.h"
+
 namespace {
 
 void append_stream(std::istream& stream, Bytes& bytes) {
@@ -21,22 +23,24 @@ bool is_directory(const std::string& path) {
 
 }  // namespace
 
-Bytes read_inputs(const std::vector<std::string>& files) {
+Bytes read_inputs(const std::vector<std::string>& files, std::vector<unsigned>* line_ends) {
     if (files.empty()) throw TCLAP::ArgParseException("No input files specified.");
 
     Bytes bytes;
     bool stdin_used = false;
     for (const auto& name : files) {
+        const size_t start = bytes.size();
         if (name == "-") {
             if (stdin_used) throw TCLAP::ArgParseException("Stdin can only be used once.");
             stdin_used = true;
             append_stream(std::cin, bytes);
-            continue;
+        } else {
+            std::ifstream file;
+            if (!is_directory(name)) file.open(name, std::ios::in | std::ios::binary);
+            if (!file.is_open()) throw TCLAP::ArgParseException("Input file " + name + " does not exist.");
+            append_stream(file, bytes);
         }
-        std::ifstream file;
-        if (!is_directory(name)) file.open(name, std::ios::in | std::ios::binary);
-        if (!file.is_open()) throw TCLAP::ArgParseException("Input file " + name + " does not exist.");
-        append_stream(file, bytes);
+        if (line_ends) line_ends->push_back(count_line_ends(std::string(bytes.begin() + start, bytes.end())));
     }
 
     if (bytes.empty()) throw TCLAP::ArgParseException("Input file is empty.");

@@ -7,4 +7,5 @@
 #include "common/vocabulary.h"
 
 // Throws TCLAP::ArgParseException with the user-facing message on bad input.
-Bytes read_inputs(const std::vector<std::string>& files);
+// `line_ends`, when given, receives count_line_ends of each input in order.
+Bytes read_inputs(const std::vector<std::string>& files, std::vector<unsigned>* line_ends = nullptr);

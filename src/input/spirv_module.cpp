@@ -255,3 +255,20 @@ std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64
     });
     return result;
 }
+
+void rename_spirv_string(Bytes& module, const std::string& from, const std::string& to) {
+    if (!has_magic(module) || from == to) return;
+    // The literal is NUL-terminated and padded with NULs to whole words.
+    Bytes renamed(WORD_BYTES * 2 + (to.size() / WORD_BYTES + 1) * WORD_BYTES, 0);
+    std::copy(to.begin(), to.end(), renamed.begin() + 2 * WORD_BYTES);
+    walk_instructions(module, [&](const Instruction& instruction) {
+        if (instruction.opcode() != spv::OpString || instruction.string_at(2) != from) return Step::Next;
+        const uint32_t words = static_cast<uint32_t>(renamed.size() / WORD_BYTES);
+        write_word(renamed, 0, words << 16 | spv::OpString);
+        write_word(renamed, WORD_BYTES, instruction.word(1).value_or(0));
+        const size_t start = instruction.start();
+        remove_instruction(module, instruction);
+        module.insert(module.begin() + static_cast<std::ptrdiff_t>(start), renamed.begin(), renamed.end());
+        return Step::Again;  // now the renamed one, to step over it by its own size
+    });
+}

@@ -26,3 +26,6 @@ std::vector<std::string> preprocess_spirv(Bytes& module);
 
 std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool value);
 std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64_t value);
+
+// Every OpString whose text is `from` gets the text `to` instead.
+void rename_spirv_string(Bytes& module, const std::string& from, const std::string& to);

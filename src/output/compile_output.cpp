@@ -26,9 +26,10 @@ bool ShaderVariant::before(const ShaderVariant& a, const ShaderVariant& b) {
 
 CompileOutput::CompileOutput(ArchitectureType architecture_in, const std::string& core_in,
                              const std::string& revision_in, const std::string& driver_in,
-                             CompilerType compiler_type_in, SourceType source_type_in, const shadex_outputs& outputs)
+                             CompilerType compiler_type_in, SourceType source_type_in, const shadex_outputs& outputs,
+                             bool source_lines)
     : architecture(architecture_in), core(core_in), revision(revision_in), driver(driver_in),
-      compiler_type(compiler_type_in), source_type(source_type_in) {
+      compiler_type(compiler_type_in), source_type(source_type_in), source_lines_requested(source_lines) {
     read_messages(outputs);
     for (const auto& record : variant_lists(outputs)) read_variant(record);
     add_slow_path_warnings();

@@ -32,6 +32,17 @@ struct ShaderAttribute {
     int32_t stream = -1;  // -1: assigned at run time
 };
 
+// One source line's share of a variant, as the back-end attributed it.
+struct SourceLineCost {
+    uint32_t file = 0;            // index into the variant's source_files
+    uint32_t line = 0;            // 1-based; 0 for what no line could be given
+    std::vector<float> cycles;    // per pipe, parallel to the variant's pipe_names
+    int32_t work_registers = -1;  // live where the line runs; -1: not reported
+    int32_t stack_bytes = 0;
+    bool in_loop = false;
+    int32_t loop_trip_count = -1;  // of the innermost loop; -1: unknown
+};
+
 // -1 means not reported; -2 (percentages) means the key was never seen.
 struct ShaderVariant {
     std::string name = "Main";
@@ -52,6 +63,10 @@ struct ShaderVariant {
     std::vector<float> cycles;
     std::vector<float> shortest_path;
     std::vector<float> longest_path;
+    // Only when source-line costs were asked for. File 0 is the source text
+    // the program sent, whatever the back-end calls it.
+    std::vector<std::string> source_files;
+    std::vector<SourceLineCost> source_lines;  // by file and line; line 0 last
 
     // Main, Position, Varying, Render target 0..3, then unknown names.
     static bool before(const ShaderVariant& a, const ShaderVariant& b);
@@ -59,10 +74,11 @@ struct ShaderVariant {
 
 class CompileOutput {
 public:
-    // Copies everything it keeps; no pointer into `outputs` survives.
+    // Copies everything it keeps; no pointer into `outputs` survives. The
+    // source-line keys are read only when `source_lines` asked for them.
     CompileOutput(ArchitectureType architecture, const std::string& core, const std::string& revision,
                   const std::string& driver, CompilerType compiler_type, SourceType source_type,
-                  const shadex_outputs& outputs);
+                  const shadex_outputs& outputs, bool source_lines = false);
 
     bool has_property(ShaderProps property) const;
     // Stores true for `property` when `flags` has its bit; never stores false.
@@ -91,6 +107,8 @@ public:
 private:
     // One variant while its statistics are being read.
     struct VariantReading;
+
+    bool source_lines_requested;
 
     void read_messages(const shadex_outputs& outputs);
     void read_variant(const shadex_flexible_list& record);

@@ -70,6 +70,23 @@ void prepend_aggregate(std::vector<float>& list, size_t group) {
     list.insert(list.begin(), aggregate);
 }
 
+// A variant's lists of per-pipe figures, each parallel to its pipe names:
+// the totals (the cycles and every source line's costs), and all of them.
+// Every fix-up of per-pipe figures goes through these, so that a line's costs
+// are normalised exactly as the totals are.
+std::vector<std::vector<float>*> total_lists(ShaderVariant& variant) {
+    std::vector<std::vector<float>*> lists = {&variant.cycles};
+    for (auto& line : variant.source_lines) lists.push_back(&line.cycles);
+    return lists;
+}
+
+std::vector<std::vector<float>*> pipe_lists(ShaderVariant& variant) {
+    std::vector<std::vector<float>*> lists = total_lists(variant);
+    lists.push_back(&variant.shortest_path);
+    lists.push_back(&variant.longest_path);
+    return lists;
+}
+
 }  // namespace
 
 void CompileOutput::workaround_empty_programs() {
@@ -94,7 +111,8 @@ void CompileOutput::workaround_tarsel_normalization() {
     if (divisor == TARSEL_NORMALIZATION.end()) return;
     // Only the arithmetic pipe's total scales with the core's pipe count.
     for (auto& variant : variants) {
-        if (!variant.cycles.empty()) variant.cycles[0] /= divisor->second;
+        for (auto* list : total_lists(variant))
+            if (!list->empty()) (*list)[0] /= divisor->second;
     }
 }
 
@@ -109,12 +127,9 @@ void CompileOutput::workaround_full_pipe_normalization() {
             const auto divisor = divisors->second.find(variant.pipe_names[i]);
             if (divisor == divisors->second.end()) continue;
             const float d = static_cast<float>(divisor->second);
-            if (i < variant.cycles.size()) variant.cycles[i] /= d;
-            if (i < variant.shortest_path.size()) variant.shortest_path[i] /= d;
-            // Unbounded (-1) longest paths stay as they are.
-            if (i < variant.longest_path.size() && variant.longest_path[i] > 0.0f) {
-                variant.longest_path[i] /= d;
-            }
+            // Unknown figures and unbounded (-1) longest paths stay as they are.
+            for (auto* list : pipe_lists(variant))
+                if (i < list->size() && (*list)[i] > 0.0f) (*list)[i] /= d;
         }
     }
 }
@@ -130,9 +145,7 @@ void CompileOutput::workaround_varying_frag_only() {
         if (v_pipe == variant.pipe_names.end()) continue;
         const auto index = static_cast<size_t>(v_pipe - variant.pipe_names.begin());
         erase_at(variant.pipe_names, index);
-        erase_at(variant.cycles, index);
-        erase_at(variant.shortest_path, index);
-        erase_at(variant.longest_path, index);
+        for (auto* list : pipe_lists(variant)) erase_at(*list, index);
     }
 }
 
@@ -202,9 +215,7 @@ void CompileOutput::workaround_pelion_aggregate_cost() {
     const size_t group = aggregate_cost_group(core);
     for (auto& variant : variants) {
         variant.pipe_names.insert(variant.pipe_names.begin(), "A");
-        prepend_aggregate(variant.cycles, group);
-        prepend_aggregate(variant.shortest_path, group);
-        prepend_aggregate(variant.longest_path, group);
+        for (auto* list : pipe_lists(variant)) prepend_aggregate(*list, group);
     }
 }
 

@@ -11,12 +11,15 @@
 #include "output/backend_records.h"
 #include "output/compile_output.h"
 #include "output/output_tables.h"
+#include "output/source_line_statistics.h"
 
 struct CompileOutput::VariantReading {
     ShaderVariant variant;
-    uint32_t flags = 0;       // "shader_flag" bits seen so far
-    bool drop_after = false;  // remove once all keys are read
-    bool drop_now = false;    // remove without reading further
+    uint32_t flags = 0;                // "shader_flag" bits seen so far
+    bool drop_after = false;           // remove once all keys are read
+    bool drop_now = false;             // remove without reading further
+    bool pipes_named = false;          // a "pipe_names" key, not the per-pipe keys
+    StatisticPairs source_statistics;  // read once the pipes are known
 };
 
 namespace {
@@ -75,6 +78,7 @@ void CompileOutput::keep_variant(VariantReading& reading) {
         }
         reading.variant.uniform_registers_available = row->second;
     }
+    if (source_lines_requested) read_source_lines(reading.variant, reading.source_statistics, reading.pipes_named);
     for (uint32_t bit = HAS_SIDE_EFFECTS; bit <= MODIFIES_COVERAGE; bit <<= 1) {
         tset_shader_prop(static_cast<ShaderProps>(bit), reading.flags);
     }
@@ -133,6 +137,9 @@ void CompileOutput::read_statistic(VariantReading& reading, const std::string& k
         variant.longest_path.push_back(real(value));
     } else if (key == "pipe_names") {
         variant.pipe_names = split(value, '/');
+        reading.pipes_named = true;
+    } else if (source_lines_requested && is_source_line_key(key)) {
+        reading.source_statistics.emplace_back(key, value);
     } else if (key == "cycles") {
         variant.cycles = split_float(value, '/');
     } else if (key == "shortest") {

@@ -105,10 +105,15 @@ json variant_properties(const ShaderVariant& variant, SourceType source_type) {
     return properties;
 }
 
+// Unknown (negative) counts are null; so is NaN, as the JSON writer shows it.
+json cycle_count(const std::vector<float>& cycles) {
+    return map_to_json(cycles,
+                       [](float value) { return value < 0.0f ? json(nullptr) : json(static_cast<double>(value)); });
+}
+
 json cycles_json(const std::vector<std::string>& pipelines, const std::vector<float>& cycles) {
     json object = json::object();
-    object["cycle_count"] = map_to_json(
-        cycles, [](float value) { return value < 0.0f ? json(nullptr) : json(static_cast<double>(value)); });
+    object["cycle_count"] = cycle_count(cycles);
     object["bound_pipelines"] = get_limiting_pipes(pipelines, cycles).to_json();
     return object;
 }
@@ -134,6 +139,24 @@ json pipeline_catalogue(ArchitectureType architecture) {
         pipelines.push_back(std::move(object));
     }
     return pipelines;
+}
+
+json source_lines_json(const std::vector<AnnotatedLine>& lines) {
+    json list = json::array();
+    for (const AnnotatedLine& line : lines) {
+        const SourceLineCost& costs = *line.costs;
+        json object = json::object();
+        object["file"] = line.line == 0 ? json(nullptr) : json(line.file);
+        object["line"] = line.line == 0 ? json(nullptr) : json(line.line);
+        object["cycles"] = cycle_count(costs.cycles);
+        object["work_registers"] = costs.work_registers < 0 ? json(nullptr) : json(costs.work_registers);
+        object["stack_bytes"] = costs.stack_bytes;
+        if (costs.in_loop)
+            object["loop_trip_count"] = costs.loop_trip_count < 0 ? json(nullptr) : json(costs.loop_trip_count);
+        object["source"] = line.text ? json(*line.text) : json(nullptr);
+        list.push_back(std::move(object));
+    }
+    return list;
 }
 
 json split_lines(const std::vector<std::string>& messages) {
@@ -191,7 +214,8 @@ json get_variant_json(const ShaderVariant& variant, ArchitectureType architectur
     return object;
 }
 
-void print_json(std::ostream& out, const CompileOutput& output, const std::string& filename) {
+void print_json(std::ostream& out, const CompileOutput& output, const std::string& filename, const std::string& source,
+                const ProgramInputs* annotate) {
     json hardware = json::object();
     hardware["core"] = output.core;
     hardware["revision"] = output.revision;
@@ -225,6 +249,7 @@ void print_json(std::ostream& out, const CompileOutput& output, const std::strin
     json variants = json::array();
     for (const auto& variant : output.variants) {
         variants.push_back(get_variant_json(variant, output.architecture, output.source_type));
+        if (annotate) variants.back()["source_lines"] = source_lines_json(annotate_lines(variant, source, *annotate));
     }
     shader["variants"] = std::move(variants);
     json properties = json::array();

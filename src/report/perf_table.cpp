@@ -19,6 +19,8 @@ std::string join(const std::vector<std::string>& cells, const std::string& separ
     return text;
 }
 
+}  // namespace
+
 std::string format_cycles(float value) {
     if (value < 0.0f) return NOT_APPLICABLE;
     std::ostringstream text;
@@ -26,7 +28,9 @@ std::string format_cycles(float value) {
     return text.str();
 }
 
-}  // namespace
+bool hides_sub_pipelines(ArchitectureType architecture, bool detailed) {
+    return !detailed && (architecture == ArchitectureType::Pelion || architecture == ArchitectureType::FifthGen);
+}
 
 nlohmann::json PipeLimitList::to_json() const {
     if (labels.empty()) return nlohmann::json::array({nullptr});

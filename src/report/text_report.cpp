@@ -59,7 +59,8 @@ void print_fp16_use(std::ostream& out, const ShaderVariant& variant) {
     }
 }
 
-void print_variant_stats(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant) {
+void print_variant_stats(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant,
+                         const std::string& source, const ProgramInputs* annotate) {
     out << "Work registers: " << variant.work_registers_used << " ("
         << percent_of(variant.work_registers_used, work_register_capacity(output.architecture)) << "% used at "
         << variant.occupancy << "% occupancy)" << std::endl;
@@ -72,6 +73,9 @@ void print_variant_stats(std::ostream& out, bool detailed, const CompileOutput& 
     print_fp16_use(out, variant);
     out << std::endl;
     print_perf_table(out, detailed, output, variant, PIPE_INFO.at(output.architecture));
+    if (!annotate) return;
+    const std::vector<AnnotatedLine> lines = annotate_lines(variant, source, *annotate);
+    print_source_line_costs(out, detailed, output, variant, lines, names_several_files(*annotate, lines));
 }
 
 void print_shader_properties(std::ostream& out, const CompileOutput& output) {
@@ -110,15 +114,8 @@ void print_attribute_streams(std::ostream& out, const CompileOutput& output) {
     out << std::endl;
 }
 
-// Positions 1 to 3 hold the arithmetic sub-pipelines on Pelion and later.
-template <typename T>
-void erase_sub_pipelines(std::vector<T>& list) {
-    size_t first = std::min<size_t>(1, list.size());
-    size_t last = std::min<size_t>(4, list.size());
-    list.erase(list.begin() + first, list.begin() + last);
-}
-
-void print_text_report(std::ostream& out, bool detailed, const std::string& source, const CompileOutput& output) {
+void print_text_report(std::ostream& out, bool detailed, const std::string& source, const CompileOutput& output,
+                       const ProgramInputs* annotate) {
     print_section_title(out, "Configuration");
     out << "Hardware: " << output.core << " " << output.revision << std::endl;
     out << "Architecture: " << to_string(output.architecture) << std::endl;
@@ -131,16 +128,16 @@ void print_text_report(std::ostream& out, bool detailed, const std::string& sour
         out << "Compilation failed." << std::endl;
         return;
     }
-    print_shader_stats(out, detailed, output);
+    print_shader_stats(out, detailed, output, source, annotate);
 }
 
 }  // namespace
 
 void print_compile_report(std::ostream& out, bool detailed, const std::string& source, const CompileOutput& output,
-                          const std::string& filename, ReportFormat format) {
+                          const std::string& filename, ReportFormat format, const ProgramInputs* annotate) {
     switch (format) {
-        case ReportFormat::Text: print_text_report(out, detailed, source, output); break;
-        case ReportFormat::Json: print_json(out, output, filename); break;
+        case ReportFormat::Text: print_text_report(out, detailed, source, output, annotate); break;
+        case ReportFormat::Json: print_json(out, output, filename, source, annotate); break;
     }
 }
 
@@ -193,7 +190,8 @@ void print_compiler_context(std::ostream& out, const std::string& message,
     if (!source_lines[last - 1].empty()) out << std::endl;
 }
 
-void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& output) {
+void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& output, const std::string& source,
+                        const ProgramInputs* annotate) {
     if (output.variants.empty()) {
         out << "Compilation produced an empty shader binary." << std::endl;
         return;
@@ -207,7 +205,7 @@ void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& o
 
     for (const auto& variant : output.variants) {
         if (output.variants.size() > 1) print_section_subtitle(out, variant.name + " variant");
-        print_variant_stats(out, detailed, output, variant);
+        print_variant_stats(out, detailed, output, variant, source, annotate);
     }
 
     // That core's back-end reports no usable property flags.
@@ -225,9 +223,7 @@ void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& out
     std::vector<float> shortest = variant.shortest_path;
     std::vector<float> longest = variant.longest_path;
 
-    bool split_arithmetic =
-        output.architecture == ArchitectureType::Pelion || output.architecture == ArchitectureType::FifthGen;
-    if (split_arithmetic && !detailed) {
+    if (hides_sub_pipelines(output.architecture, detailed)) {
         erase_sub_pipelines(labels);
         erase_sub_pipelines(total);
         erase_sub_pipelines(shortest);

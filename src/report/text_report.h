@@ -7,6 +7,7 @@
 
 #include "output/compile_output.h"
 #include "report/pipe_info.h"
+#include "report/source_lines.h"
 
 // Warnings, errors (with source context for OpenGL ES) and notes.
 void print_compiler_logs(std::ostream& out, const std::string& source, const CompileOutput& output);
@@ -16,8 +17,15 @@ void print_compiler_logs(std::ostream& out, const std::string& source, const Com
 void print_compiler_context(std::ostream& out, const std::string& message,
                             const std::vector<std::string>& source_lines);
 
-// Per-variant statistics and performance tables, properties, attribute streams.
-void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& output);
+// Per-variant statistics and performance tables, properties, attribute
+// streams; with `annotate`, each variant's source line costs too.
+void print_shader_stats(std::ostream& out, bool detailed, const CompileOutput& output, const std::string& source = "",
+                        const ProgramInputs* annotate = nullptr);
 
 void print_perf_table(std::ostream& out, bool detailed, const CompileOutput& output, const ShaderVariant& variant,
                       const PipeInfoMap& pipes);
+
+// The "Source line costs" subsection of one variant; with `several_files`
+// every line names its file.
+void print_source_line_costs(std::ostream& out, bool detailed, const CompileOutput& output,
+                             const ShaderVariant& variant, const std::vector<AnnotatedLine>& lines, bool several_files);

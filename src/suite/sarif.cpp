@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 
+#include "common/joined_lines.h"
 #include "common/product.h"
 #include "report/json_report.h"
 
@@ -61,15 +63,9 @@ std::string user_path(const SuiteEntry& entry, const std::string& path) {
     return error ? (fs::path(entry.directory) / path).string() : relative.string();
 }
 
-unsigned count_lines(const std::string& path) {
+unsigned count_file_line_ends(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    unsigned lines = 0;
-    char last = '\n';
-    for (char c; file.get(c);) {
-        if (c == '\n') ++lines;
-        last = c;
-    }
-    return lines + (last != '\n' ? 1 : 0);
+    return count_line_ends(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
 json result(const std::string& rule, const std::string& level, const std::string& text, const SourceLocation& where) {
@@ -101,7 +97,7 @@ std::vector<std::string> input_files_of(const std::vector<std::string>& args) {
 }
 
 SourceLocation locate_message(const std::string& message, bool opencl, const std::vector<std::string>& inputs,
-                              const std::vector<unsigned>& line_counts) {
+                              const std::vector<unsigned>& line_ends) {
     const size_t first = message.find(':');
     if (first == std::string::npos) return {};
     const size_t second = message.find(':', first + 1);
@@ -115,13 +111,8 @@ SourceLocation locate_message(const std::string& message, bool opencl, const std
     else if (!head.empty() && all_digits(next))
         return {head, static_cast<unsigned>(std::stoul(next))};  // an included file
     if (line == 0 || inputs.empty()) return {inputs.empty() ? "" : inputs.front(), 0};
-    // Concatenated inputs: find the file that holds the line.
-    for (size_t index = 0; index < inputs.size(); ++index) {
-        const unsigned lines = index < line_counts.size() ? line_counts[index] : 0;
-        if (line <= lines || index + 1 == inputs.size()) return {inputs[index], line};
-        line -= lines;
-    }
-    return {inputs.front(), line};
+    const InputLine where = locate_joined_line(line, line_ends);
+    return {inputs[std::min(where.input, inputs.size() - 1)], where.line};
 }
 
 void write_sarif(std::ostream& out, const std::vector<SuiteEntry>& entries, const SuiteRecords& records) {
@@ -135,10 +126,10 @@ void write_sarif(std::ostream& out, const std::vector<SuiteEntry>& entries, cons
         const SuiteEntry& entry = *found->second;
         const std::string core = record["core"];
         std::vector<std::string> inputs;
-        std::vector<unsigned> line_counts;
+        std::vector<unsigned> line_ends;
         for (const std::string& input : input_files_of(entry.args)) {
             inputs.push_back(user_path(entry, input));
-            line_counts.push_back(count_lines(inputs.back()));
+            line_ends.push_back(count_file_line_ends(inputs.back()));
         }
         const SourceLocation whole{inputs.empty() ? "" : inputs.front(), 0};
         const std::string prefix = "[" + core + "] ";
@@ -152,7 +143,7 @@ void write_sarif(std::ostream& out, const std::vector<SuiteEntry>& entries, cons
             for (const char* kind : {"errors", "warnings"}) {
                 const bool error = std::string(kind) == "errors";
                 for (const json& message : shader.value(kind, json::array())) {
-                    SourceLocation where = locate_message(message, opencl, inputs, line_counts);
+                    SourceLocation where = locate_message(message, opencl, inputs, line_ends);
                     if (where.file != whole.file && !where.file.empty() && where.line > 0 &&
                         std::find(inputs.begin(), inputs.end(), where.file) == inputs.end())
                         where.file = user_path(entry, where.file);

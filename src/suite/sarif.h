@@ -21,9 +21,10 @@ struct SourceLocation {
 
 // Where a compile message points: "0:LINE: ..." (GLSL) or "LINE:COL: ..."
 // (OpenCL C) in the concatenated inputs, mapped back to the input holding
-// that line; "file:LINE: ..." for an included file.
+// that line (line_ends: count_line_ends of each input); "file:LINE: ..." for
+// an included file.
 SourceLocation locate_message(const std::string& message, bool opencl, const std::vector<std::string>& inputs,
-                              const std::vector<unsigned>& line_counts);
+                              const std::vector<unsigned>& line_ends);
 
 // The input files of a shadex argument list (the words that are not options
 // or option values).

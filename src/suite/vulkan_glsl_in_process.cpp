@@ -61,6 +61,15 @@ std::string define_preamble(const std::vector<std::string>& defines) {
     return preamble;
 }
 
+// What the validator records in a module with debug info for its -D
+// arguments: each as given, up to a line end.
+std::vector<std::string> define_processes(const std::vector<std::string>& defines) {
+    std::vector<std::string> processes;
+    for (const std::string& define : defines)
+        processes.push_back("define-macro " + define.substr(0, define.find('\n')));
+    return processes;
+}
+
 void append_log(std::string& log, const char* text) {
     if (text && text[0]) (log += text) += '\n';
 }
@@ -70,10 +79,11 @@ void append_log(std::string& log, const char* text) {
 Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std::string>& defines,
                                      const std::string& version, const std::string& entrypoint, SourceType stage,
                                      std::vector<std::string>& messages, bool& relaxed,
-                                     const std::vector<std::string>& include_dirs) {
+                                     const std::vector<std::string>& include_dirs, bool debug_info) {
     const EShLanguage language = language_of(stage);
     if (!include_dirs.empty() || has_include_directive(source) || language == EShLangCount)
-        return compile_to_spirv(source, defines, version, entrypoint, stage, messages, relaxed, include_dirs);
+        return compile_to_spirv(source, defines, version, entrypoint, stage, messages, relaxed, include_dirs,
+                                debug_info);
 
     // The validator must be there and trusted, as for a conversion it runs.
     static const bool trusted =
@@ -83,7 +93,9 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
 
     relaxed = needs_entrypoint_rename(entrypoint);
     // The name the validator would give the source; messages lose it again.
-    const std::string name = "/shadex-in-process/" + get_extension(stage, false);
+    // With debug info it is in the module, named as the validator's is.
+    const std::string name =
+        debug_info ? debug_info_source_name(stage) : "/shadex-in-process/" + get_extension(stage, false);
     const char* text = reinterpret_cast<const char*>(source.data());
     const int length = static_cast<int>(source.size());
     const char* names[] = {name.c_str()};
@@ -94,13 +106,17 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
         shader.setEntryPoint("main");
         shader.setSourceEntryPoint(entrypoint.c_str());
     }
+    // After the entry point: the validator's module lists them in this order.
+    if (debug_info) shader.addProcesses(define_processes(defines));
     const std::string preamble = define_preamble(defines);
     shader.setPreamble(preamble.c_str());
     shader.setEnvInput(glslang::EShSourceGlsl, language, glslang::EShClientVulkan, 100);
     shader.setEnvClient(glslang::EShClientVulkan, glslang::EShTargetVulkan_1_0);
     shader.setEnvTarget(glslang::EShTargetSpv, spirv_version(version));
-    // -V, and the legalisation a validator built without the optimizer asks for.
-    const EShMessages rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules | EShMsgHlslLegalization);
+    // -V, and the legalisation a validator built without the optimizer asks
+    // for; -g adds the source text and its lines.
+    const EShMessages rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules | EShMsgHlslLegalization |
+                                                       (debug_info ? EShMsgDebugInfo : EShMsgDefault));
 
     glslang::TShader::ForbidIncluder includer;
     const bool compiled = shader.parse(GetDefaultResources(), 100, false, rules, includer);
@@ -126,6 +142,7 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
     std::vector<unsigned int> words;
     spv::SpvBuildLogger logger;
     glslang::SpvOptions options;
+    options.generateDebugInfo = debug_info;
     glslang::GlslangToSpv(*program.getIntermediate(language), words, &logger, &options);
     Bytes module(words.size() * 4);
     for (size_t index = 0; index < words.size(); ++index)

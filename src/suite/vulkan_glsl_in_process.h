@@ -15,4 +15,4 @@
 Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std::string>& defines,
                                      const std::string& version, const std::string& entrypoint, SourceType stage,
                                      std::vector<std::string>& messages, bool& relaxed,
-                                     const std::vector<std::string>& include_dirs);
+                                     const std::vector<std::string>& include_dirs, bool debug_info);

@@ -145,6 +145,11 @@ TEST(BackendCompile, OptionsSentForEachApiAndStage) {
          0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader "
          "include_path=. include_path=inc include_path=/"},
+        // Per-line costs are asked for after every other option.
+        {{"-c", "Koro-N68", "--annotate", "s.frag", "-I", "inc"},
+         0,
+         "compiler_type=openglessl shader_type=fragment request-pilot=true variants=per_fragment_shader "
+         "include_path=. include_path=inc request-source-costs=true"},
         {{"-c", "Koro-L380", "s.vert"}, 0, "compiler_type=openglessl shader_type=vertex"},
         {{"-c", "Koro-L380", "v.spv"},
          0,

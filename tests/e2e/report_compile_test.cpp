@@ -46,6 +46,12 @@ const std::string WORKED_EXAMPLE_STATS = stats(
 const std::string WORKED_EXAMPLE_PIPES =
     WORKED_EXAMPLE_STATS + stats("pipe_names A/LS/V/T; cycles 9/0/2/2; shortest 7.5/0/2/2.5; longest 9/0/2/2");
 
+// A text report's section, from its title up to the next title given.
+std::string section(const std::string& report, const std::string& title, const std::string& next) {
+    const size_t start = report.find(title);
+    return start == std::string::npos ? "" : report.substr(start, report.find(next, start) - start);
+}
+
 std::string golden(const std::string& name) {
     return read_file(std::string(SHADEX_SOURCE_DIR) + "/tests/e2e/golden/" + name);
 }
@@ -330,6 +336,84 @@ Note: This tool shows only the shader-visible property state.
 API configuration may also impact the value of some properties.
 
 )");
+}
+
+// Per-line costs go through the totals' fix-ups and map back to the user's
+// files: two inputs joined, an included file, the costs of no line.
+TEST_F(CompileReport, SourceLineCostsOnPelion) {
+    files.write("a.frag", "#version 310 es\nprecision mediump float;\nlayout(location = 0) out vec4 color;\n");
+    files.write(
+        "b.frag",
+        "#include \"inc/light.glsl\"\nvoid main() {\n \t  color = light(vec3(1.0)) * vec4(0.25, 0.5, 0.75, 1.0);\n"
+        "    for (int i = 0; i < 8; ++i) color += vec4(0.1);\n}\n");
+    files.write("inc/light.glsl", "// lighting\n\nvec4 light(vec3 n) { return vec4(n, 1.0); }\n");
+    // N503: A1-A3 / 12, V / 16, T / 8; the aggregate A is FMA + CVT + SFU / 4.
+    answer_compiles_with(stats("work_registers_used 12; pipe_names A1/A2/A3/LS/V/T; cycles 48/12/12/1/16/8;"
+                               "shortest 48/12/12/1/16/8; longest 48/12/12/1/16/8") +
+                         "stat source_file_names | b.frag|inc/light.glsl\n"
+                         "stat source_line_costs | 0:2:12/0/0/2/16/0;0:6:24/12/0/0/0/8;1:3:12/0/12/0/0/0;"
+                         "0:0:0/0/0/1/0/0;1:0:0/0/0/1/0/0\n"
+                         "stat source_line_registers | 0:2:4;0:6:9;0:1:2\n"
+                         "stat source_line_stack | 0:7:16\n"
+                         "stat source_line_loops | 0:7:8;0:6:unknown\n");
+    const std::vector<std::string> args = {"-c", "Koro-N503", "-d", "--annotate", "a.frag", "b.frag"};
+    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), R"(Source line costs
+-----------------
+
+  Line                   A     FMA     CVT     SFU      LS       V       T  Regs  Loop Stack  Source
+* a.frag:2            1.00    1.00    0.00    0.00    2.00    1.00    0.00     4              precision mediump float;
+* b.frag:3            3.00    2.00    1.00    0.00    0.00    0.00    1.00     9     ?        color = light(vec3(1.0)) *
+  b.frag:4            0.00    0.00    0.00    0.00    0.00    0.00    0.00           8    16  for (int i = 0; i < 8; ++i
+* inc/light.glsl:3    1.25    1.00    0.00    1.00    0.00    0.00    0.00                    vec4 light(vec3 n) { retur
+  (no line)           0.00    0.00    0.00    0.00    2.00    0.00    0.00
+
+Note: Figures are static counts per source line, not measurements. Regs = live work registers,
+Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on the stack.
+* = the five lines costing most on the bounding pipeline, A.
+
+)");
+    EXPECT_EQ(json_report(args)["shaders"][0]["variants"][0]["source_lines"], json::parse(R"([
+        {"cycles":[1.0,1.0,0.0,0.0,2.0,1.0,0.0],"file":"a.frag","line":2,"source":"precision mediump float;",
+         "stack_bytes":0,"work_registers":4},
+        {"cycles":[3.0,2.0,1.0,0.0,0.0,0.0,1.0],"file":"b.frag","line":3,"loop_trip_count":null,
+         "source":" \t  color = light(vec3(1.0)) * vec4(0.25, 0.5, 0.75, 1.0);","stack_bytes":0,"work_registers":9},
+        {"cycles":[0.0,0.0,0.0,0.0,0.0,0.0,0.0],"file":"b.frag","line":4,"loop_trip_count":8,
+         "source":"    for (int i = 0; i < 8; ++i) color += vec4(0.1);","stack_bytes":16,"work_registers":null},
+        {"cycles":[1.25,1.0,0.0,1.0,0.0,0.0,0.0],"file":"inc/light.glsl","line":3,
+         "source":"vec4 light(vec3 n) { return vec4(n, 1.0); }","stack_bytes":0,"work_registers":null},
+        {"cycles":[0.0,0.0,0.0,0.0,2.0,0.0,0.0],"file":null,"line":null,"source":null,"stack_bytes":0,
+         "work_registers":null}])"));
+}
+
+// Tarsel's per-pipe keys put its pipes in key order; a line's figures come as
+// arithmetic, load/store, texture. Five lines are marked, earlier ones first on a tie.
+TEST_F(CompileReport, SourceLineCostsOnTarsel) {
+    files.write("t.frag",
+                "precision mediump float;\nuniform sampler2D s;\nvarying vec2 uv;\nvoid main() {\n"
+                "    gl_FragColor = texture2D(s, uv) * 2.0;\n}\n");
+    answer_compiles_with(stats("variant; render_target 0; work_registers_used 4; arithmetic_cycles 30;"
+                               "texture_cycles 1; load_store_cycles 3; arithmetic_shortest_path 30;"
+                               "texture_shortest_path 1; load_store_shortest_path 3; arithmetic_longest_path 30;"
+                               "texture_longest_path 1; load_store_longest_path 3") +
+                         "stat source_line_costs | 0:1:6/0/0;0:2:3/1/0;0:3:9/0/0;0:4:3/0/0;0:5:3/0/1;0:6:12/2/0\n");
+    const std::vector<std::string> args = {"-c", "Koro-L380", "--annotate", "t.frag"};
+    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), R"(Source line costs
+-----------------
+
+  Line       A       T      LS  Regs  Loop Stack  Source
+* 1       2.00    0.00    0.00                    precision mediump float;
+* 2       1.00    0.00    1.00                    uniform sampler2D s;
+* 3       3.00    0.00    0.00                    varying vec2 uv;
+* 4       1.00    0.00    0.00                    void main() {
+  5       1.00    1.00    0.00                    gl_FragColor = texture2D(s, uv) * 2.0;
+* 6       4.00    0.00    2.00                    }
+
+Note: Figures are static counts per source line, not measurements. Regs = live work registers,
+Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on the stack.
+* = the five lines costing most on the bounding pipeline, A.
+
+)");
+    EXPECT_EQ(json_report(args)["shaders"][0]["variants"][0]["source_lines"][1]["cycles"], json({1.0, 0.0, 1.0}));
 }
 
 }  // namespace

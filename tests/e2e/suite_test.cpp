@@ -76,6 +76,7 @@ TEST(Suite, VulkanGlslConvertsAsTheValidatorDoes) {
         {"--vulkan", "-n", "shade", "shade.frag"},
         {"--vulkan", "broken.frag"},
         {"--vulkan", "rays.rgen"},
+        {"--vulkan", "--annotate", "-n", "shade", "-D", "X=1", "shade.frag"},  // debug info in the module
     };
     std::string list;
     for (const auto& line : lines) {

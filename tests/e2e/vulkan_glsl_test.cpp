@@ -196,6 +196,16 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     EXPECT_NE(calls[2].find("\tspirv1.3\t-DA=1\t-I.\t-Iinc\t"), std::string::npos) << calls[2];
     EXPECT_EQ(calls[2].substr(calls[2].size() - 6), "-Iinc\t") << calls[2];
 
+    // Per-line costs need the source lines in the module: -g comes last. The
+    // module names the source by its extension, not by the private directory.
+    EXPECT_EQ(run({"--vulkan", "--annotate", "tint.frag", "-D", "TINT=vec4(1.0)"}).status, 0);
+    calls = lines_starting(read_file(args_log), "-V\t");
+    ASSERT_EQ(calls.size(), 4u);
+    EXPECT_EQ(calls[3].substr(calls[3].find("\t-DTINT=")), "\t-DTINT=vec4(1.0)\t-g\t") << calls[3];
+    compiles = compile_calls();
+    EXPECT_TRUE(contains(compiles.back(), "\\x00.frag\\x00") && !contains(compiles.back(), temp.path()))
+        << compiles.back();
+
     EXPECT_FALSE(fs::exists(files.file("PWNED")));
     EXPECT_FALSE(fs::exists(install.dir() + "/PWNED"));
 }

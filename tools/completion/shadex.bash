@@ -38,7 +38,7 @@ _shadex() {
             -e --tessellation_evaluation -g --geometry -f --fragment -C --compute -k --kernel
             --ray_generation --ray_any_hit --ray_closest_hit --ray_intersection --ray_miss
             --ray_callable --spirv -l --list -i --info -o --output -D --define -S --sconst -c --core
-            -n --name -d --detailed --format -I --include --help --version" -- "$cur"))
+            -n --name -d --detailed --format -I --include --annotate --help --version" -- "$cur"))
         return
     fi
     _shadex_files "$cur"

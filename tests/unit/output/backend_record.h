@@ -15,11 +15,12 @@ struct Target {
     std::string core = "Koro-N68";
     CompilerType compiler = CompilerType::OpenGLES;
     SourceType source = SourceType::Fragment;
+    bool source_lines = false;  // source-line costs asked for
 };
 
 inline CompileOutput compile_record(const Target& target, const shadex_outputs& record) {
     return CompileOutput(target.architecture, target.core, "r0p0", "r1p0-00rel0", target.compiler, target.source,
-                         record);
+                         record, target.source_lines);
 }
 
 // Each variant's texts are laid out key, value, key, value, ...

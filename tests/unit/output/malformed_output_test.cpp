@@ -26,6 +26,26 @@ TEST(MalformedOutput, BadStatisticsNameTheKey) {
     EXPECT_EQ(lone.variants.at(0).spill_size, -1);
 }
 
+TEST(MalformedOutput, BadSourceLineStatisticsNameTheKeyOnlyWhenAskedFor) {
+    const Target asked{ArchitectureType::Ostrem, "Koro-N68", CompilerType::OpenGLES, SourceType::Fragment, true};
+    const std::pair<std::string, std::string> bad[] = {
+        {"source_line_costs", "0:1:1/2"},  // the variant has three pipes
+        {"source_line_costs", "0:1:1/1/1;;0:2:1/1/1"},
+        {"source_line_costs", "1:4:1/1/1"},  // no file 1 named
+        {"source_line_registers", "0:x:4"},
+        {"source_line_stack", "0:3"},
+        {"source_line_loops", "0:3:-1"},
+        {"source_line_loops", "0:+3:2"},
+    };
+    for (const auto& [key, value] : bad) {
+        EXPECT_EQ(failure_of([&] {
+                      compile(asked, {with_pipes({key, value})});
+                  }),
+                  "Invalid value for " + key + ": " + value);
+        EXPECT_EQ(failure_of([&] { compile(OSTREM, {with_pipes({key, value})}); }), "");
+    }
+}
+
 TEST(MalformedOutput, NullTextsAndArraysFail) {
     const char* null_value[] = {"tls_size", nullptr};
     const char* null_key[] = {nullptr, "8"};
