@@ -63,8 +63,20 @@ void add_builder_messages(const std::string& messages, FrontEndResult& result) {
     }
 }
 
+// A named source string puts its name where glslang otherwise writes the
+// string's number, 0; messages read the same either way.
+std::string numbered_locations(std::string log) {
+    const std::string named = std::string(MAIN_SOURCE_NAME) + ":";
+    for (const char* prefix : {"ERROR: ", "WARNING: "}) {
+        const std::string from = prefix + named, to = std::string(prefix) + "0:";
+        for (size_t at = log.find(from); at != std::string::npos; at = log.find(from, at + to.size()))
+            if (at == 0 || log[at - 1] == '\n') log.replace(at, from.size(), to);
+    }
+    return log;
+}
+
 void take_log(const char* log, FrontEndResult& result) {
-    LogLines lines = split_glslang_log(log ? log : "");
+    LogLines lines = split_glslang_log(numbered_locations(log ? log : ""));
     result.errors.insert(result.errors.end(), lines.errors.begin(), lines.errors.end());
     result.warnings.insert(result.warnings.end(), lines.warnings.begin(), lines.warnings.end());
 }
@@ -145,7 +157,13 @@ FrontEndResult compile_glsl_es_source(const std::string& source, Stage stage, co
     // which a Vulkan or OpenGL target would reject below 310.
     glslang::TShader shader(language);
     const char* text = source.c_str();
-    shader.setStrings(&text, 1);
+    // glslang leaves lines of the main source without a file once an included
+    // file has been named, unless the main source has a name too.
+    const char* name = MAIN_SOURCE_NAME;
+    if (debug_lines)
+        shader.setStringsWithLengthsAndNames(&text, nullptr, &name, 1);
+    else
+        shader.setStrings(&text, 1);
     const std::string preamble = define_preamble(defines);
     shader.setPreamble(preamble.c_str());
     shader.setEnvInput(glslang::EShSourceGlsl, language, glslang::EShClientNone, 0);

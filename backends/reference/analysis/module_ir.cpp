@@ -166,7 +166,8 @@ private:
             size_t used = 0;
             strings_.emplace(words[0], literal_text(words + 1, count - 1, used));
         } else if (opcode == spv::OpSource && count >= 3) {
-            main_file_ = words[2];
+            // Included files may have an OpSource of their own, after the main one.
+            if (main_file_ == 0) main_file_ = words[2];
         } else if (opcode == OpExtInstImport && count >= 2) {
             size_t used = 0;
             module_.ext_imports.emplace(words[0], literal_text(words + 1, count - 1, used));

@@ -221,3 +221,29 @@ TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
         EXPECT_EQ(dearest(main, 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
     }
 }
+
+TEST(SourceLineCosts, IncludedLinesKeepTheirFileAndMessagesTheirForm) {
+    TemporaryDirectory directory("include-lines-test");
+    std::ofstream(directory.file("light.glsl")) << "vec4 shade(vec2 v) {\n    return vec4(sin(v.x) * cos(v.y));\n}\n";
+    const std::string main_source =
+        "#version 310 es\n#extension GL_GOOGLE_include_directive : require\nprecision highp float;\n"
+        "#include \"light.glsl\"\nin vec2 v;\nout vec4 c;\nvoid main() {\n    c = shade(v) * 2.0;\n}\n";
+    CompileOptions options;
+    options.compiler_type = "openglessl";
+    options.stage = Stage::Fragment;
+    options.request_source_costs = true;
+    options.include_paths = {directory.path()};
+    const CompileResult result =
+        compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, main_source.c_str());
+    ASSERT_TRUE(result.errors.empty()) << result.errors.front();
+    const Statistics& main = result.variants.at(0);
+    const std::vector<std::string> files = split(stat(main, "source_file_names"), '|');
+    ASSERT_EQ(files.size(), 2u);
+    EXPECT_EQ(files[1].substr(files[1].size() - 10), "light.glsl");
+    const auto costs = by_line(stat(main, "source_line_costs"));
+    EXPECT_EQ(costs.count("0:8") + costs.count("1:2"), 2u) << stat(main, "source_line_costs");
+
+    const std::string broken = "#version 310 es\nprecision highp float;\nout vec4 c;\nvoid main() { c = x; }\n";
+    EXPECT_EQ(annotate("Koro-N68", broken, Stage::Fragment).errors,
+              annotate("Koro-N68", broken, Stage::Fragment, false, false).errors);
+}
