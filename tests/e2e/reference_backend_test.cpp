@@ -1,6 +1,6 @@
 // The bundled reference back-end driven through the real program: the core
 // list and core information it yields, a full report for every API on a core
-// of every architecture, and the errors of programs a core cannot run.
+// of every architecture, and errors that point at their lines.
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
@@ -24,11 +24,6 @@ layout(set = 0, binding = 0) uniform sampler2D albedo;
 void main() { color = texture(albedo, uv) * vec4(uv, 1.0, 1.0); }
 )";
 
-const std::string RAY_GENERATION = R"(#version 460
-#extension GL_EXT_ray_tracing : require
-layout(location = 0) rayPayloadEXT vec3 hit;
-void main() { hit = vec3(gl_LaunchIDEXT); }
-)";
 
 // CPU seconds used by the children waited for so far: unlike the wall clock,
 // not stretched by whatever else the machine is doing.
@@ -131,17 +126,3 @@ TEST(ReferenceBackend, InvalidShaderErrorsPointAtTheirLines) {
     EXPECT_TRUE(contains(result.out, ">>     color = vec4(undefined_thing, 1.0);")) << result.out;
 }
 
-TEST(ReferenceBackend, CoresRefuseWhatTheyLack) {
-    TempDir files;
-    const std::string ray = files.write("trace.rgen", RAY_GENERATION);
-    RunResult older = run_shadex({"-c", "Koro-N68", "--vulkan", ray});
-    EXPECT_EQ(older.status, 1);
-    EXPECT_TRUE(contains(older.out, "Koro-N68 does not support ray tracing (ray generation shaders)")) << older.out;
-    EXPECT_EQ(run_shadex({"-c", "Koro N1", "--vulkan", ray}).status, 0);
-
-    const std::string es32 = files.write("new.frag", "#version 320 es\nvoid main() {}\n");
-    RunResult first = run_shadex({"-c", "Koro-L220", es32});
-    EXPECT_EQ(first.status, 1);
-    EXPECT_TRUE(contains(first.out, "0:1: '#version' : 320 es is not supported by Koro-L220 (highest: 310 es)"))
-        << first.out;
-}

@@ -1,23 +1,17 @@
-// The plug-in as the program sees it: its catalogue and capabilities, the
-// compile options it reads, and the entry points of the built library.
+// The plug-in as the program sees it: the records it hands out, the compile
+// options it reads, and the entry points of the built library (its catalogue
+// and capabilities show end to end in the core list and core information).
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <set>
 
 #include "compile_options.h"
-#include "core_catalogue.h"
-#include "library_capabilities.h"
 #include "owned_records.h"
 
 using namespace reference;
 
 namespace {
-
-std::map<std::string, std::string> as_map(const CapabilityPairs& pairs) {
-    return std::map<std::string, std::string>(pairs.begin(), pairs.end());
-}
 
 // The built graphics plug-in, opened for one test.
 class GraphicsPlugin {
@@ -38,41 +32,6 @@ std::vector<std::string> error_lines(const shadex_outputs& outputs) {
 }
 
 }  // namespace
-
-TEST(CoreCatalogue, NamesEveryCoreOnceWithItsRevisions) {
-    std::set<std::string> names;
-    for (const CoreInfo& core : reference_cores()) names.insert(core.name);
-    EXPECT_EQ(names.size(), 31u);
-    EXPECT_TRUE(names.count("Koro-N1-Ultra"));
-    EXPECT_FALSE(names.count("Koro N1"));
-    ASSERT_NE(find_core("Koro-N1-Ultra", "r1p0"), nullptr);
-    EXPECT_EQ(find_core("Koro-N1-Ultra", "r1p0")->architecture, Architecture::FifthGen);
-    EXPECT_EQ(find_core("Koro-N68", "r9p9"), nullptr);
-}
-
-TEST(LibraryCapabilities, DescribeTheLibraryAndEachCore) {
-    auto graphics = as_map(library_metadata("openglessl"));
-    EXPECT_EQ(graphics["flexible_version"], "4.6.0");
-    EXPECT_EQ(graphics["compiler_type"], "openglessl");
-    EXPECT_EQ(graphics["openglessl_version"], "100 300 310 320");
-    auto opencl = as_map(library_metadata("opencl"));
-    EXPECT_EQ(opencl["compiler_type"], "opencl");
-    EXPECT_EQ(opencl["opencl_version"], "110 120 200 300");
-
-    auto first = as_map(core_capabilities("openglessl", *find_core("Koro-L220", "r0p0")));
-    EXPECT_EQ(first["openglessl_version"], "100 300 310");
-    EXPECT_FALSE(first.count("spirv_version"));
-    EXPECT_EQ(first["openglessl_extensions"].find("GL_EXT_geometry_shader"), std::string::npos);
-
-    auto pelion = as_map(core_capabilities("openglessl", *find_core("Koro-N68", "r0p0")));
-    EXPECT_EQ(pelion["spirv_version"], "100 110 120 130 140 150");
-    EXPECT_NE(pelion["openglessl_extensions"].find("GL_EXT_geometry_shader"), std::string::npos);
-    EXPECT_FALSE(pelion.count("opencl_c_version"));
-
-    auto kernels = as_map(core_capabilities("opencl", *find_core("Koro-N36", "r0p0")));
-    EXPECT_EQ(kernels["opencl_c_version"], "110 120 200 300");
-    EXPECT_FALSE(kernels.count("openglessl_version"));
-}
 
 TEST(OwnedRecords, ListsFindTheirOwnerFromTheRecordAlone) {
     auto owned = std::make_unique<OwnedList>(KeyValues{{"a", "1"}, {"b", "2"}});

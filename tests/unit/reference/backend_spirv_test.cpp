@@ -270,11 +270,3 @@ TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
               std::vector<std::string>{"This compiler compiles for 'openglessl', not for 'opencl'"});
 }
 
-TEST(CompilePipeline, AnalysesAValidModule) {
-    std::vector<uint32_t> module = assemble(fragment_assembly());
-    std::vector<char> bytes = as_bytes(module);
-    CompileResult result =
-        compile_program("openglessl", core_named("Koro-N68"), vulkan_options(module, Stage::Fragment), bytes.data());
-    EXPECT_TRUE(result.errors.empty()) << result.errors.front();
-    EXPECT_FALSE(result.variants.empty());
-}
