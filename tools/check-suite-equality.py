@@ -12,53 +12,19 @@ import subprocess
 import sys
 import tempfile
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-SAMPLE = os.path.join(HERE, "..", "bench", "corpus_sample.txt")
+import corpus_sample
+
 CORE = "Koro-N68"
-
-
-def manifest(corpus):
-    apis = {}
-    with open(os.path.join(corpus, "MANIFEST.tsv"), encoding="utf-8") as table:
-        header = table.readline().rstrip("\n").split("\t")
-        for line in table:
-            row = dict(zip(header, line.rstrip("\n").split("\t")))
-            apis[row["path"]] = row["api"]
-    return apis
-
-
-def first_kernel(path):
-    with open(path, encoding="utf-8", errors="replace") as source:
-        words = source.read().replace("(", " ( ").split()
-    for index, word in enumerate(words[:-2]):
-        if word in ("kernel", "__kernel") and words[index + 1] == "void":
-            return words[index + 2]
-    return None
 
 
 def main():
     corpus, bin_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
-    apis = manifest(corpus)
-    lines = []
-    with open(SAMPLE, encoding="utf-8") as sample:
-        for entry in sample:
-            entry = entry.strip()
-            if not entry or entry.startswith("#") or entry not in apis:
-                continue
-            path = os.path.join(corpus, entry)
-            api = apis[entry]
-            if api == "opencl":
-                kernel = first_kernel(path)
-                if not kernel:
-                    continue
-                lines.append(["--opencl", "1.2", "-n", kernel, path])
-            else:
-                lines.append(["--opengles" if api == "gles" else "--vulkan", path])
+    lines = corpus_sample.sample_lines(corpus)
     with tempfile.TemporaryDirectory(prefix="shadex-equality-") as scratch:
         listing = os.path.join(scratch, "sample.txt")
         with open(listing, "w", encoding="utf-8") as out:
             for args in lines:
-                out.write(" ".join("'%s'" % arg for arg in args) + "\n")
+                out.write(corpus_sample.list_line(args) + "\n")
         results = os.path.join(scratch, "results.json")
         subprocess.run([os.path.join(bin_dir, "shadex-suite"), "run", "-q", "-c", CORE, "-o", results,
                         "@" + listing], check=True)
@@ -66,7 +32,7 @@ def main():
             records = {record["id"]: record for record in json.load(document)["records"]}
     differences = 0
     for args in lines:
-        record = records.get(listing + ": " + " ".join("'%s'" % arg for arg in args))
+        record = records.get(listing + ": " + corpus_sample.list_line(args))
         alone = subprocess.run([os.path.join(bin_dir, "shadex"), "-c", CORE, "--format", "json"] + args,
                                capture_output=True, text=True)
         printed = None if record is None or "report" not in record else \
