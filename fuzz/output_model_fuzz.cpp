@@ -8,6 +8,8 @@
 //   error TEXT / warning TEXT        a message line
 //   null                             a null text in the current record
 //   KEY VALUE                        a statistic; a line without a space is a lone key
+// Inputs that mention a source_ key are read as answers to a request for
+// costs per source line.
 // The whole input also serves as the source the text report quotes.
 #include <cstddef>
 #include <cstdint>
@@ -143,10 +145,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 1; i < lines.size(); ++i) record.add_line(lines[i]);
     const shadex_outputs outputs = record.lay_out();
 
+    // Records that name source-line keys are read as answers to --annotate.
+    const bool annotated = source.find("source_") != std::string::npos;
+    const ProgramInputs inputs{{"shader.vert"}, {static_cast<unsigned>(lines.size() - 1)}, false};
     std::unique_ptr<CompileOutput> output;
     try {
         output = std::make_unique<CompileOutput>(target->architecture, target->core, "r0p0", "r1p0-00rel0", target->api,
-                                                 target->stage, outputs);
+                                                 target->stage, outputs, annotated);
     } catch (const KoroException_&) {
         return 0;
     }
@@ -158,7 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto report = [&](ReportFormat format, bool detailed) {
         std::ostringstream out;
         try {
-            print_compile_report(out, detailed, source, *output, "shader.vert", format);
+            print_compile_report(out, detailed, source, *output, "shader.vert", format, annotated ? &inputs : nullptr);
         } catch (const std::out_of_range&) {
             return;
         } catch (const std::invalid_argument&) {

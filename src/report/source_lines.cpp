@@ -1,6 +1,8 @@
 #include "report/source_lines.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -21,14 +23,25 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
+// Source files are small; a name that a module's debug information makes up
+// may point at a device, a pipe or anything else, which is never read.
+constexpr std::uintmax_t LARGEST_SOURCE_FILE = 16u << 20;
+
+bool readable_source(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error) &&
+           std::filesystem::file_size(path, error) <= LARGEST_SOURCE_FILE && !error;
+}
+
 // The lines of each file named, read once; none for a file that cannot be read.
 class FileLines {
 public:
     std::optional<std::string> line(const std::string& path, unsigned number) {
         auto found = files.find(path);
         if (found == files.end()) {
-            std::ifstream file(path, std::ios::binary);
             std::optional<std::vector<std::string>> lines;
+            std::ifstream file;
+            if (readable_source(path)) file.open(path, std::ios::binary);
             if (file) lines = lines_of(std::string(std::istreambuf_iterator<char>(file), {}));
             found = files.emplace(path, std::move(lines)).first;
         }

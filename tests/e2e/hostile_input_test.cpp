@@ -248,6 +248,26 @@ TEST_F(HostileInput, NulBytesAndInvalidUtf8InSource) {
     check_all(cases);
 }
 
+TEST_F(HostileInput, SourceNamesInAModuleAreNeverReadUnlessPlainFiles) {
+    // Per-line costs show the text of the files a module's debug information
+    // names; a device or a pipe there must not be read.
+    const std::string assembly =
+        "OpCapability Shader\nOpMemoryModel Logical GLSL450\nOpEntryPoint Fragment %main \"main\" %c %v\n"
+        "OpExecutionMode %main OriginUpperLeft\n%zero = OpString \"/dev/zero\"\n%pipe = OpString \"pipe\"\n"
+        "OpDecorate %c Location 0\nOpDecorate %v Location 0\n%void = OpTypeVoid\n%fn = OpTypeFunction %void\n"
+        "%float = OpTypeFloat 32\n%v4 = OpTypeVector %float 4\n%out = OpTypePointer Output %v4\n"
+        "%in = OpTypePointer Input %v4\n%c = OpVariable %out Output\n%v = OpVariable %in Input\n"
+        "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpLine %zero 3 1\n%l = OpLoad %v4 %v\n"
+        "OpLine %pipe 2 1\n%x = OpFMul %v4 %l %l\nOpStore %c %x\nOpReturn\nOpFunctionEnd\n";
+    files.write("named.spvasm", assembly);
+    ASSERT_EQ(run_program("/usr/bin/spirv-as",
+                          {"--target-env", "spv1.3", files.file("named.spvasm"), "-o", files.file("named.frag.spv")})
+                  .status,
+              0);
+    ASSERT_EQ(mkfifo(files.file("pipe").c_str(), 0600), 0);
+    check({"named files", compile({"--annotate", "named.frag.spv"}), 0, ""});
+}
+
 TEST_F(HostileInput, DirectoriesAreNotInputs) {
     for (const char* name : {"dir.frag", "dir.cl", "dir.frag.spv"}) fs::create_directory(files.file(name));
     check_all({
