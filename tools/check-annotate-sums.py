@@ -7,11 +7,8 @@ that some line carries any cost there is. Exit 1 on a mismatch.
 
     check-annotate-sums.py CORPUS BIN_DIR
 """
-import json
 import os
-import subprocess
 import sys
-import tempfile
 
 import corpus_sample
 
@@ -43,18 +40,7 @@ def problems_of(report):
 def main():
     corpus, bin_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     lines = corpus_sample.sample_lines(corpus)
-    with tempfile.TemporaryDirectory(prefix="shadex-annotate-") as scratch:
-        listing = os.path.join(scratch, "sample.txt")
-        with open(listing, "w", encoding="utf-8") as out:
-            for args in lines:
-                out.write(corpus_sample.list_line(["--annotate"] + args) + "\n")
-        results = os.path.join(scratch, "results.json")
-        command = [os.path.join(bin_dir, "shadex-suite"), "run", "-q", "-o", results]
-        for core in CORES:
-            command += ["-c", core]
-        subprocess.run(command + ["@" + listing], check=True)
-        with open(results, encoding="utf-8") as document:
-            records = json.load(document)["records"]
+    records = [record for _, record in corpus_sample.suite_records(bin_dir, [["--annotate"] + args for args in lines], CORES)]
     failures = 0
     for record in records:
         if record["status"] != 0 or "report" not in record:

@@ -10,7 +10,6 @@ import json
 import os
 import subprocess
 import sys
-import tempfile
 
 import corpus_sample
 
@@ -20,19 +19,10 @@ CORE = "Koro-N68"
 def main():
     corpus, bin_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     lines = corpus_sample.sample_lines(corpus)
-    with tempfile.TemporaryDirectory(prefix="shadex-equality-") as scratch:
-        listing = os.path.join(scratch, "sample.txt")
-        with open(listing, "w", encoding="utf-8") as out:
-            for args in lines:
-                out.write(corpus_sample.list_line(args) + "\n")
-        results = os.path.join(scratch, "results.json")
-        subprocess.run([os.path.join(bin_dir, "shadex-suite"), "run", "-q", "-c", CORE, "-o", results,
-                        "@" + listing], check=True)
-        with open(results, encoding="utf-8") as document:
-            records = {record["id"]: record for record in json.load(document)["records"]}
+    records = dict(corpus_sample.suite_records(bin_dir, lines, [CORE]))
     differences = 0
     for args in lines:
-        record = records.get(listing + ": " + corpus_sample.list_line(args))
+        record = records.get(corpus_sample.list_line(args))
         alone = subprocess.run([os.path.join(bin_dir, "shadex"), "-c", CORE, "--format", "json"] + args,
                                capture_output=True, text=True)
         printed = None if record is None or "report" not in record else \

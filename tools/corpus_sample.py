@@ -1,6 +1,9 @@
 """The bench's fixed corpus sample as shadex argument lists, for the CI checks
 that run real files (tools/check-suite-equality.py, tools/check-annotate-sums.py)."""
+import json
 import os
+import subprocess
+import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SAMPLE = os.path.join(HERE, "..", "bench", "corpus_sample.txt")
@@ -47,3 +50,22 @@ def sample_lines(corpus):
 
 def list_line(args):
     return " ".join("'%s'" % arg for arg in args)
+
+
+def suite_records(bin_dir, argument_lists, cores):
+    """shadex-suite's records for one list line per argument list, on each core,
+    as (list line, record) pairs."""
+    with tempfile.TemporaryDirectory(prefix="shadex-sample-") as scratch:
+        listing = os.path.join(scratch, "sample.txt")
+        with open(listing, "w", encoding="utf-8") as out:
+            for args in argument_lists:
+                out.write(list_line(args) + "\n")
+        results = os.path.join(scratch, "results.json")
+        command = [os.path.join(bin_dir, "shadex-suite"), "run", "-q", "-o", results]
+        for core in cores:
+            command += ["-c", core]
+        subprocess.run(command + ["@" + listing], check=True)
+        with open(results, encoding="utf-8") as document:
+            records = json.load(document)["records"]
+    prefix = listing + ": "
+    return [(record["id"][len(prefix):], record) for record in records]

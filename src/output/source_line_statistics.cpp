@@ -6,6 +6,7 @@
 
 #include "common/koro_exception.h"
 #include "common/text.h"
+#include "output/backend_records.h"
 
 namespace {
 
@@ -122,14 +123,7 @@ void read_source_lines(ShaderVariant& variant, const StatisticPairs& statistics,
     if (variant.source_files.empty()) variant.source_files.emplace_back();
 
     LineTable table(variant, pipes_named);
-    for (const auto& [key, value] : statistics) {
-        try {
-            read_key(table, key, value);
-        } catch (const std::invalid_argument&) {
-            throw KoroException_("Invalid value for " + key + ": " + value);
-        } catch (const std::out_of_range&) {
-            throw KoroException_("Invalid value for " + key + ": " + value);
-        }
-    }
+    for (const auto& [key, value] : statistics)
+        read_statistic_value(key, value, [&, &k = key, &v = value] { read_key(table, k, v); });
     variant.source_lines = table.rows_in_order();
 }

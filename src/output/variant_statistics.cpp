@@ -58,13 +58,7 @@ void append_pipe(ShaderVariant& variant, const std::string& pipe, const std::str
 void CompileOutput::read_variant(const shadex_flexible_list& record) {
     VariantReading reading;
     for (const auto& [key, value] : copy_pairs(record)) {
-        try {
-            read_statistic(reading, key, value);
-        } catch (const std::invalid_argument&) {
-            throw KoroException_("Invalid value for " + key + ": " + value);
-        } catch (const std::out_of_range&) {
-            throw KoroException_("Invalid value for " + key + ": " + value);
-        }
+        read_statistic_value(key, value, [&, &k = key, &v = value] { read_statistic(reading, k, v); });
         if (reading.drop_now) return;
     }
     if (!reading.drop_after) keep_variant(reading);
