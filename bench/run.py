@@ -273,7 +273,7 @@ class Bench:
             annotated = argv[:-1] + ["--annotate"] + argv[-1:]
             plain, with_lines = measure.measure_interleaved([(argv, cwd), (annotated, cwd)], self.repeats,
                                                             self.timeout)
-            if plain.outcome() != "exit0" or with_lines.outcome() != "exit0":
+            if plain.outcome != "exit0" or with_lines.outcome != "exit0":
                 continue
             rows.append({"name": program.name, "plain_ms": round(plain.wall_ms, 1),
                          "annotated_ms": round(with_lines.wall_ms, 1),
