@@ -27,13 +27,15 @@ inline std::string core_for(size_t size) {
 }
 
 // The options every compile carries; pilot and IDVS variants are requested
-// from every core but the oldest generation's.
+// from every core but the oldest generation's, costs per source line from
+// the two newest (half the inputs).
 inline Options request_options(const std::string& stage, const std::string& core) {
     Options options = {{"compiler_type", "openglessl"}, {"shader_type", stage}};
     if (!starts_with(core, "Koro-L")) {
         options.emplace_back("request-pilot", "true");
         if (stage == "vertex") options.emplace_back("request-idvs", "true");
     }
+    if (core == "Koro-N68" || core == "Koro-N709") options.emplace_back("request-source-costs", "true");
     return options;
 }
 
