@@ -1,6 +1,7 @@
 #include "output/source_line_statistics.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <stdexcept>
 
@@ -19,11 +20,13 @@ const std::string LOOPS = "source_line_loops";
 // The per-pipe keys' pipes, in the order their figures come in.
 const std::vector<std::string> OLDER_FORM_PIPES = {"A", "LS", "T"};
 
-// Digits only, at most nine: a sign, a blank or a trailing word is malformed.
+// Digits only: a sign, a blank or a trailing word is malformed. Counts past
+// what the report holds (a loop's two billion trips) read as the largest.
 int32_t whole_number(const std::string& text) {
-    if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos)
-        throw std::invalid_argument(text);
-    return static_cast<int32_t>(std::stol(text));
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) throw std::invalid_argument(text);
+    const size_t digits = text.size() - std::min(text.find_first_not_of('0'), text.size());
+    if (digits > 10) return INT32_MAX;
+    return static_cast<int32_t>(std::min<uint64_t>(std::stoull(text), INT32_MAX));
 }
 
 class LineTable {
@@ -100,8 +103,10 @@ void read_key(LineTable& table, const std::string& key, const std::string& value
             row.work_registers = std::max(row.work_registers, whole_number(text));
         });
     } else if (key == STACK) {
-        table.read_entries(value,
-                           [](SourceLineCost& row, const std::string& text) { row.stack_bytes += whole_number(text); });
+        table.read_entries(value, [](SourceLineCost& row, const std::string& text) {
+            row.stack_bytes =
+                static_cast<int32_t>(std::min<int64_t>(int64_t{row.stack_bytes} + whole_number(text), INT32_MAX));
+        });
     } else if (key == LOOPS) {
         table.read_entries(value, [](SourceLineCost& row, const std::string& text) {
             row.in_loop = true;

@@ -1,6 +1,7 @@
 // The text report's "Source line costs" section: one row per line that costs
 // cycles or uses the stack, in the performance table's pipes and figures.
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 #include "report/format.h"
@@ -87,10 +88,24 @@ void print_source_line_costs(std::ostream& out, bool detailed, const CompileOutp
         place_width = std::max(place_width, columns(places.back()));
     }
 
+    // Registers, loop trips and stack bytes as shown; a column widens for a long figure.
+    std::vector<std::array<std::string, 3>> counts;
+    std::array<size_t, 3> count_width = {SMALL_CELL_WIDTH, SMALL_CELL_WIDTH, SMALL_CELL_WIDTH};
+    for (const AnnotatedLine& line : lines) {
+        const SourceLineCost& costs = *line.costs;
+        counts.push_back({costs.work_registers < 0 ? "" : std::to_string(costs.work_registers),
+                          !costs.in_loop              ? ""
+                          : costs.loop_trip_count < 0 ? "?"
+                                                      : std::to_string(costs.loop_trip_count),
+                          costs.stack_bytes > 0 ? std::to_string(costs.stack_bytes) : ""});
+        for (size_t column = 0; column < 3; ++column)
+            count_width[column] = std::max(count_width[column], counts.back()[column].size());
+    }
+
     std::string header = "  " + left_aligned("Line", place_width);
     for (size_t pipe : pipes) header += " " + pad_str(variant.pipe_names[pipe], CELL_WIDTH);
-    out << header << " " << pad_str("Regs", SMALL_CELL_WIDTH) << " " << pad_str("Loop", SMALL_CELL_WIDTH) << " "
-        << pad_str("Stack", SMALL_CELL_WIDTH) << "  Source" << std::endl;
+    out << header << " " << pad_str("Regs", count_width[0]) << " " << pad_str("Loop", count_width[1]) << " "
+        << pad_str("Stack", count_width[2]) << "  Source" << std::endl;
 
     std::string bound_pipe;
     const std::vector<bool> marked = hottest(variant, lines, bound_pipe);
@@ -98,12 +113,8 @@ void print_source_line_costs(std::ostream& out, bool detailed, const CompileOutp
         const SourceLineCost& costs = *lines[row].costs;
         std::string text = (marked[row] ? "* " : "  ") + left_aligned(places[row], place_width);
         for (size_t pipe : pipes) text += " " + pad_str(format_cycles(costs.cycles.at(pipe)), CELL_WIDTH);
-        const std::string trips = !costs.in_loop              ? ""
-                                  : costs.loop_trip_count < 0 ? "?"
-                                                              : std::to_string(costs.loop_trip_count);
-        text += " " + pad_str(costs.work_registers < 0 ? "" : std::to_string(costs.work_registers), SMALL_CELL_WIDTH);
-        text += " " + pad_str(trips, SMALL_CELL_WIDTH);
-        text += " " + pad_str(costs.stack_bytes > 0 ? std::to_string(costs.stack_bytes) : "", SMALL_CELL_WIDTH) + "  ";
+        for (size_t column = 0; column < 3; ++column) text += " " + pad_str(counts[row][column], count_width[column]);
+        text += "  ";
         if (lines[row].text && columns(text) < ROW_WIDTH) text += fitted(*lines[row].text, ROW_WIDTH - columns(text));
         out << without_trailing_blanks(text) << std::endl;
     }

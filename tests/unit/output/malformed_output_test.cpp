@@ -44,6 +44,14 @@ TEST(MalformedOutput, BadSourceLineStatisticsNameTheKeyOnlyWhenAskedFor) {
                   "Invalid value for " + key + ": " + value);
         EXPECT_EQ(failure_of([&] { compile(OSTREM, {with_pipes({key, value})}); }), "");
     }
+    // Counts past what the report holds are the largest it holds, not errors.
+    const auto counts = compile(asked, {with_pipes({"source_line_loops", "0:3:2000000000;0:4:99999999999",
+                                                    "source_line_stack", "0:4:2147483000;0:4:9000"})});
+    const auto& lines = counts.variants.at(0).source_lines;
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].loop_trip_count, 2000000000);
+    EXPECT_EQ(lines[1].loop_trip_count, INT32_MAX);
+    EXPECT_EQ(lines[1].stack_bytes, INT32_MAX);
 }
 
 TEST(MalformedOutput, NullTextsAndArraysFail) {
