@@ -92,8 +92,8 @@ TEST(RegisterModel, OpenGlEsLooseUniformsFeedThePilotAndUniformRegisters) {
     ASSERT_NE(main, nullptr);
     ASSERT_NE(pilot, nullptr);
     // 16-bit vec4 multiplies: two lanes each, one in the pilot.
-    EXPECT_EQ(value(*main, "cycles"), "0.5/0/0/0/1/1");
-    EXPECT_EQ(value(*pilot, "cycles"), "0.5/0/0/0/0/0");
+    EXPECT_EQ(figures(*main), (Figures{0.5, 0, 0, 0, 1, 1}));
+    EXPECT_EQ(figures(*pilot), (Figures{0.5, 0, 0, 0, 0, 0}));
     EXPECT_EQ(value(*main, "uniform_registers_used"), "4");
     EXPECT_EQ(value(*main, "part_float16"), "1");
 
@@ -110,5 +110,5 @@ TEST(RegisterModel, OpenGlEsLooseUniformsFeedThePilotAndUniformRegisters) {
     ASSERT_NE(find_variant(vertex, "1"), nullptr);
     EXPECT_EQ(value(*find_variant(vertex, "256"), "position_attribute_symbols"), "pos:65535");
     EXPECT_EQ(value(*find_variant(vertex, "1"), "varying_attribute_symbols"), "tc:65535");
-    EXPECT_EQ(value(*find_variant(vertex, "1"), "cycles"), "0/0/0/2/0/0");
+    EXPECT_EQ(figures(*find_variant(vertex, "1")), (Figures{0, 0, 0, 2, 0, 0}));
 }

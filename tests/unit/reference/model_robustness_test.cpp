@@ -50,7 +50,7 @@ TEST(ModelRobustness, CallsAreCostedThroughTheCallee) {
         "fragment", unoptimised);
     ASSERT_EQ(result.variants.size(), 1u);
     // Two calls of a vec4 multiply and one vec4 add.
-    EXPECT_EQ(value(result.variants[0], "cycles"), "3/0/0/0/8/0");
+    EXPECT_EQ(figures(result.variants[0]), (Figures{3, 0, 0, 0, 8, 0}));
 }
 
 TEST(ModelRobustness, MalformedRequestsAreErrorsNotCrashes) {

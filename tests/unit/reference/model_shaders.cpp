@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 
 namespace model_test {
@@ -113,6 +114,13 @@ const Statistics* find_pilot(const reference::AnalysisResult& result) {
         if (value(variant, "is_pilot") == "true") return &variant;
     }
     return nullptr;
+}
+
+Figures figures(const Statistics& statistics, const std::string& key) {
+    Figures numbers;
+    std::stringstream list(value(statistics, key));
+    for (std::string piece; std::getline(list, piece, '/');) numbers.push_back(std::stod(piece));
+    return numbers;
 }
 
 }  // namespace model_test

@@ -34,6 +34,10 @@ using Statistics = std::vector<std::pair<std::string, std::string>>;
 // The first value of a key, or "<missing>".
 std::string value(const Statistics& statistics, const std::string& key);
 
+// A slash list of figures ("cycles", "shortest", "longest") as numbers.
+using Figures = std::vector<double>;
+Figures figures(const Statistics& statistics, const std::string& key = "cycles");
+
 // Every value of a repeated key.
 std::vector<std::string> values(const Statistics& statistics, const std::string& key);
 

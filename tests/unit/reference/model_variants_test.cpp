@@ -38,13 +38,13 @@ TEST(VariantModel, UniformOnlyWorkMovesToAPilotWhenAsked) {
     ASSERT_NE(main, nullptr);
     ASSERT_NE(pilot_variant, nullptr);
     // Main: one vec4 multiply. Pilot: the vec4 multiply-add and a sine.
-    EXPECT_EQ(value(*main, "cycles"), "1/0/0/0/4/0");
-    EXPECT_EQ(value(*pilot_variant, "cycles"), "1.25/0/0.25/0/0/0");
+    EXPECT_EQ(figures(*main), (Figures{1, 0, 0, 0, 4, 0}));
+    EXPECT_EQ(figures(*pilot_variant), (Figures{1.25, 0, 0.25, 0, 0, 0}));
     EXPECT_EQ(value(*main, "uniform_registers_used"), "4");  // the pilot's vec4 result
 
     const auto whole = analyse(UNIFORM_ONLY_WORK, "fragment");
     ASSERT_EQ(whole.variants.size(), 1u);
-    EXPECT_EQ(value(whole.variants[0], "cycles"), "2.25/0/0.25/0/4/0");
+    EXPECT_EQ(figures(whole.variants[0]), (Figures{2.25, 0, 0.25, 0, 4, 0}));
     EXPECT_EQ(value(whole.variants[0], "uniform_registers_used"), "9");  // k, m and x read in place
 
     Options tarsel = pilot;
@@ -78,11 +78,11 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
         return "in_" + std::to_string(variable_id(module, name)) + "_" + name + ":" + std::to_string(location);
     };
     // Position: mat4 * vec4 (16 lanes), one attribute read, one position write.
-    EXPECT_EQ(value(*position, "cycles"), "4/0/0/2/0/0");
+    EXPECT_EQ(figures(*position), (Figures{4, 0, 0, 2, 0, 0}));
     EXPECT_EQ(value(*position, "uniform_registers_used"), "16");
     EXPECT_EQ(value(*position, "position_attribute_symbols"), symbol("a_position", 0));
     // Varying: vec3 multiply (3 lanes), two attribute reads, two varying writes.
-    EXPECT_EQ(value(*varying, "cycles"), "0.75/0/0/4/0/0");
+    EXPECT_EQ(figures(*varying), (Figures{0.75, 0, 0, 4, 0, 0}));
     EXPECT_EQ(value(*varying, "varying_attribute_symbols"), symbol("a_uv", 1) + "," + symbol("a_normal", 2));
 
     reference::AnalysisRequest open_gl;
@@ -98,7 +98,7 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
     const auto whole = analyse(VERTEX_SHADER, "vertex");
     ASSERT_EQ(whole.variants.size(), 1u);
     EXPECT_EQ(value(whole.variants[0], "variant"), "0");
-    EXPECT_EQ(value(whole.variants[0], "cycles"), "4.75/0/0/6/0/0");
+    EXPECT_EQ(figures(whole.variants[0]), (Figures{4.75, 0, 0, 6, 0, 0}));
     EXPECT_EQ(value(whole.variants[0], "position_attribute_symbols"), "<missing>");
 }
 
@@ -120,9 +120,9 @@ TEST(VariantModel, MediumPrecisionArithmeticPacksTwoPerLane) {
     ASSERT_EQ(full.variants.size(), 1u);
     // vec4 multiply-add and vec3 multiply: 7 lanes at 32 bits, 2 + 2 at 16
     // bits with one half of the vec3's second lane idle.
-    EXPECT_EQ(value(full.variants[0], "cycles"), "1.75/0/0/0/7/0");
+    EXPECT_EQ(figures(full.variants[0]), (Figures{1.75, 0, 0, 0, 7, 0}));
     EXPECT_EQ(value(full.variants[0], "part_float16"), "0");
-    EXPECT_EQ(value(half.variants[0], "cycles"), "1/0/0/0/4/0");
+    EXPECT_EQ(figures(half.variants[0]), (Figures{1, 0, 0, 0, 4, 0}));
     EXPECT_EQ(value(half.variants[0], "part_float16"), "1");
     EXPECT_EQ(value(half.variants[0], "part_v2float16_underused"), "0.25");
 
