@@ -127,9 +127,11 @@ void CompileOutput::workaround_full_pipe_normalization() {
             const auto divisor = divisors->second.find(variant.pipe_names[i]);
             if (divisor == divisors->second.end()) continue;
             const float d = static_cast<float>(divisor->second);
-            // Unknown figures and unbounded (-1) longest paths stay as they are.
-            for (auto* list : pipe_lists(variant))
-                if (i < list->size() && (*list)[i] > 0.0f) (*list)[i] /= d;
+            for (auto* list : total_lists(variant))
+                if (i < list->size()) (*list)[i] /= d;
+            if (i < variant.shortest_path.size()) variant.shortest_path[i] /= d;
+            // Unbounded (-1) longest paths stay as they are.
+            if (i < variant.longest_path.size() && variant.longest_path[i] > 0.0f) variant.longest_path[i] /= d;
         }
     }
 }
