@@ -49,7 +49,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 # glslang and SPIRV-Tools are linked in; OpenCL C needs the compiler and the
-# translator the OpenCL back-end runs.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "clang-14, llvm-spirv-14")
+# translator, whose libraries the resident OpenCL tool process links.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "clang-14, llvm-spirv-14, libclang-cpp14, libllvm14, libllvmspirvlib14")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
 include(CPack)

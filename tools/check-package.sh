@@ -18,7 +18,7 @@ trap 'rm -rf "$scratch"' EXIT
 fail() { echo "check-package: $*" >&2; exit 1; }
 
 depends=$(dpkg-deb -f "$deb" Depends)
-[ "$depends" = "clang-14, llvm-spirv-14" ] || fail "Depends is '$depends'"
+[ "$depends" = "clang-14, llvm-spirv-14, libclang-cpp14, libllvm14, libllvmspirvlib14" ] || fail "Depends is '$depends'"
 
 # Every path the package holds, and only the expected kinds.
 dpkg -c "$deb" | awk '{print $6}' | sed 's#^\./#/#' > "$scratch/paths"
@@ -42,6 +42,7 @@ for wanted in /usr/bin/shadex /usr/bin/shadex-suite /usr/lib/shadex/shadex /usr/
 done
 grep -q '^/usr/lib/shadex/graphics/lib.*\.so$' "$scratch/paths" || fail "no graphics back-end"
 grep -q '^/usr/lib/shadex/opencl/lib.*\.so$' "$scratch/paths" || fail "no OpenCL back-end"
+grep -qx /usr/lib/shadex/opencl/shadex-opencl-tools "$scratch/paths" || fail "no resident OpenCL tools"
 
 # The programs of an installed tree: the list, and one compile of each API.
 # Output is read whole: grep -q stopping early would break the program's pipe.

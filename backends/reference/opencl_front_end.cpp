@@ -14,6 +14,7 @@
 
 #include "child_process.h"
 #include "opencl_translation_fixups.h"
+#include "resident_tools.h"
 #include "spirv_module_info.h"
 #include "temporary_directory.h"
 
@@ -97,6 +98,17 @@ std::string failure_reason(const std::string& tool, const ChildProcessResult& ru
     return tool + " failed: " + headline(output);
 }
 
+// The tools run in the resident process when it is installed beside the
+// back-end, as child processes otherwise (a build without the compiler's
+// libraries, the unit tests).
+ChildProcessResult run_opencl_tool(const std::vector<std::string>& command, const std::string& working_directory,
+                                   const std::string& output_path) {
+    static const std::string resident = resident_tools_beside_this_library();
+    if (resident.empty()) return run_child_process(command, working_directory, output_path, TOOL_TIME_LIMIT);
+    static ResidentTools tools(resident);
+    return tools.run(command, working_directory, output_path, TOOL_TIME_LIMIT);
+}
+
 struct Translation {
     std::vector<uint32_t> module;    // empty when the compile failed
     std::string translator_failure;  // set when only the SPIR-V translation failed
@@ -164,7 +176,7 @@ public:
 private:
     ChildProcessResult run_tool(const std::vector<std::string>& command, std::string& output) {
         const std::string output_path = directory_.file("tool-output.txt");
-        ChildProcessResult run = run_child_process(command, directory_.path(), output_path, TOOL_TIME_LIMIT);
+        ChildProcessResult run = run_opencl_tool(command, directory_.path(), output_path);
         output = read_file(output_path);
         return run;
     }

@@ -1,0 +1,138 @@
+#include "resident_tools.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tool_messages.h"
+
+namespace reference {
+
+namespace {
+
+const char* const RESIDENT_TOOLS_NAME = "shadex-opencl-tools";
+
+// Waits for a reply; false when none came within limit.
+bool wait_for_reply(int channel, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return false;
+        pollfd watched{channel, POLLIN, 0};
+        const int ready = ::poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1 << 30)));
+        if (ready > 0) return true;
+        if (ready < 0 && errno != EINTR) return true;  // the read that follows reports it
+    }
+}
+
+}  // namespace
+
+std::string resident_tools_beside_this_library() {
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<void*>(&resident_tools_beside_this_library), &info) == 0 || !info.dli_fname)
+        return "";
+    std::string path = info.dli_fname;
+    const size_t slash = path.rfind('/');
+    path = (slash == std::string::npos ? std::string(".") : path.substr(0, slash)) + "/" + RESIDENT_TOOLS_NAME;
+    struct stat status {};
+    const bool usable = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
+    return usable ? path : "";
+}
+
+ResidentTools::ResidentTools(std::string executable) : executable_(std::move(executable)) {}
+
+ResidentTools::~ResidentTools() {
+    if (pid_ > 0 && owner_ == ::getpid()) stop(false);
+}
+
+void ResidentTools::start() {
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error(std::string("cannot connect to the OpenCL tools: ") + std::strerror(errno));
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
+    char* argv[] = {const_cast<char*>(executable_.c_str()), nullptr};
+    pid_t pid = -1;
+    const int error = ::posix_spawn(&pid, executable_.c_str(), &actions, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(ends[1]);
+    if (error != 0) {
+        ::close(ends[0]);
+        throw std::runtime_error("cannot run " + executable_ + ": " + std::strerror(error));
+    }
+    pid_ = pid;
+    owner_ = ::getpid();
+    channel_ = ends[0];
+}
+
+// Ends the resident process (killing it when asked, letting it finish
+// otherwise) and says how it ended.
+ChildProcessResult ResidentTools::stop(bool kill) {
+    if (kill) ::kill(pid_, SIGKILL);
+    ::close(channel_);  // end of requests: a live server leaves
+    int status = 0;
+    pid_t done;
+    do {
+        done = ::waitpid(pid_, &status, 0);
+    } while (done < 0 && errno == EINTR);
+    pid_ = -1;
+    channel_ = -1;
+    ChildProcessResult result;
+    if (done > 0 && WIFEXITED(status)) {
+        result.exited = true;
+        result.exit_status = WEXITSTATUS(status);
+    } else if (done > 0 && WIFSIGNALED(status)) {
+        result.signal_number = WTERMSIG(status);
+    }
+    return result;
+}
+
+// A run that got no reply did not succeed, however the process ended.
+ChildProcessResult ResidentTools::stop_without_reply(bool kill) {
+    ChildProcessResult result = stop(kill);
+    if (result.exited && result.exit_status == 0) result.exit_status = 1;
+    return result;
+}
+
+ChildProcessResult ResidentTools::run(const std::vector<std::string>& command, const std::string& working_directory,
+                                      const std::string& output_path, std::chrono::milliseconds time_limit) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (pid_ > 0 && owner_ != ::getpid()) {  // inherited through fork: not ours to use or stop
+        ::close(channel_);
+        pid_ = -1;
+    }
+    if (pid_ <= 0) start();
+
+    std::vector<std::string> request = {working_directory, output_path};
+    request.insert(request.end(), command.begin(), command.end());
+    int32_t status = 0;
+    if (!send_strings(channel_, request)) return stop_without_reply(true);
+    if (!wait_for_reply(channel_, time_limit)) {
+        ChildProcessResult result = stop(true);
+        result.timed_out = true;
+        return result;
+    }
+    // No reply means the process died in the tool: its end is the tool's.
+    if (!receive_status(channel_, status)) return stop_without_reply(false);
+    if (leaves_after(status)) stop(false);
+    ChildProcessResult result;
+    result.exited = true;
+    result.exit_status = status & 0xff;
+    return result;
+}
+
+}  // namespace reference
