@@ -309,6 +309,7 @@ class Bench:
             row["cpu_ratio"] = round(row["shadex"]["cpu_ms"] / max(base["cpu_ms"], 0.001), 2)
         self.results["scaling"] = rows
         self.figures["scaling_100x"] = rows[-1]["time_ratio"]
+        self.figures["scaling_100x_memory"] = rows[-1]["shadex"]["peak_mb"] / max(base["peak_mb"], 0.1)
 
     # Memory --------------------------------------------------------------
 
