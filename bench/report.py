@@ -14,6 +14,7 @@ GOALS = [
     ("scaling_100x_memory", "peak memory at 100x size / at 1x", 30.0, "", "<="),
     ("suite_corpus_s", "shadex-suite, whole corpus on one core", 10.0, "s", "<"),
     ("suite_speedup", "shadex-suite files/s over one shadex per file", 10.0, "", ">="),
+    ("suite_gles_spirv_rate", "shadex-suite runs/s, OpenGL ES and SPIR-V files", 200.0, "/s", ">="),
     ("suite_peak_mb", "shadex-suite peak memory of a worker, corpus 5x", 150.0, "MB", "<"),
     ("suite_peak_growth", "shadex-suite peak at 5x / at 1x", 1.2, "", "<="),
     ("annotate_ratio", "median shadex --annotate / shadex, examples and corpus sample", 1.5, "", "<="),
