@@ -65,6 +65,10 @@ void ResidentTools::start() {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
+    // Nothing else of the host's: a pipe it holds open would outlive the host.
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     char* argv[] = {const_cast<char*>(executable_.c_str()), nullptr};
     pid_t pid = -1;
     const int error = ::posix_spawn(&pid, executable_.c_str(), &actions, nullptr, argv, environ);
