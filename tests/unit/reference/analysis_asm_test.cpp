@@ -173,7 +173,6 @@ TEST(AssembledCost, LoopsBranchesAndDiscardSeparateTheShortestAndLongestPaths) {
 %join = OpLabel  %p = OpLoad %v4 %a  %q = OpLoad %v4 %b  %pq = OpFMul %v4 %p %q  OpStore %o %pq  OpReturn)"));
     EXPECT_EQ(discard.shortest, (PipeCycles{0.25, 0, 0, 0, 1, 0}));
     EXPECT_EQ(discard.longest, (PipeCycles{1.25, 0, 0, 0, 8, 0}));
-    EXPECT_EQ(discard.flags, std::vector<std::string>{"MODIFIES_COVERAGE"});
 }
 
 // vec4 t[2] = {a, a * 2}; o = t[index]: with a dynamic index 32 bytes on the stack, stored in two 16-byte messages
@@ -203,10 +202,4 @@ OpStore %mine %z  OpReturn)",
     EXPECT_EQ(f.total, (PipeCycles{1.25, 0, 0, 4, 0, 0}));
     EXPECT_EQ(f.workgroup, 1024u);
     EXPECT_EQ(f.flags, std::vector<std::string>{"HAS_SIDE_EFFECTS"});
-
-    // Shared memory alone is seen by the workgroup only: no side effect.
-    const Facts shared = measure(assemble(R"(%x = OpLoad %uint %id  %slot = OpAccessChain %wg_v4 %tile %x
-OpStore %slot %zero  OpReturn)",
-                                          "GLCompute %main \"main\" %id  OpExecutionMode %main LocalSize 64 1 1"));
-    EXPECT_TRUE(shared.flags.empty());
 }

@@ -30,17 +30,15 @@ std::vector<uint32_t> assemble(const std::string& text, spv_target_env environme
     return module;
 }
 
-// A Vulkan fragment shader writing a constant colour; `extra` goes into main.
+// A Vulkan fragment shader writing a constant colour.
 std::string fragment_assembly(const std::string& capabilities = "") {
     return "OpCapability Shader\n" + capabilities +
-           "OpMemoryModel Logical GLSL450\n"
-           "OpEntryPoint Fragment %main \"main\" %color\n"
-           "OpExecutionMode %main OriginUpperLeft\n"
-           "OpDecorate %color Location 0\n"
-           "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n%float = OpTypeFloat 32\n"
-           "%v4 = OpTypeVector %float 4\n%out = OpTypePointer Output %v4\n%color = OpVariable %out Output\n"
-           "%one = OpConstant %float 1\n%white = OpConstantComposite %v4 %one %one %one %one\n"
-           "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpStore %color %white\nOpReturn\nOpFunctionEnd\n";
+           R"(OpMemoryModel Logical GLSL450  OpEntryPoint Fragment %main "main" %color
+OpExecutionMode %main OriginUpperLeft  OpDecorate %color Location 0  %void = OpTypeVoid  %fn = OpTypeFunction %void
+%float = OpTypeFloat 32  %v4 = OpTypeVector %float 4  %out = OpTypePointer Output %v4
+%color = OpVariable %out Output  %one = OpConstant %float 1  %white = OpConstantComposite %v4 %one %one %one %one
+%main = OpFunction %void None %fn  %entry = OpLabel  OpStore %color %white  OpReturn  OpFunctionEnd
+)";
 }
 
 std::vector<char> as_bytes(const std::vector<uint32_t>& module) {
@@ -92,17 +90,11 @@ TEST(SpirvValidation, ExplainsAnInvalidModuleOnOneLine) {
 
 TEST(SpirvValidation, KnowsRulesSpirvHasRelaxedSinceThisValidator) {
     // A 16-bit derivative: valid SPIR-V today, refused by this validator.
-    const std::string half_derivative =
-        "OpCapability Shader\nOpCapability Float16\n"
-        "OpMemoryModel Logical GLSL450\n"
-        "OpEntryPoint Fragment %main \"main\" %color\n"
-        "OpExecutionMode %main OriginUpperLeft\n"
-        "OpDecorate %color Location 0\n"
-        "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n%half = OpTypeFloat 16\n"
-        "%out = OpTypePointer Output %half\n%color = OpVariable %out Output\n"
-        "%one = OpConstant %half 1\n"
-        "%main = OpFunction %void None %fn\n%entry = OpLabel\n%d = OpDPdx %half %one\n"
-        "OpStore %color %d\nOpReturn\nOpFunctionEnd\n";
+    const std::string half_derivative = R"(OpCapability Shader  OpCapability Float16  OpMemoryModel Logical GLSL450
+OpEntryPoint Fragment %main "main" %color  OpExecutionMode %main OriginUpperLeft  OpDecorate %color Location 0
+%void = OpTypeVoid  %fn = OpTypeFunction %void  %half = OpTypeFloat 16  %out = OpTypePointer Output %half
+%color = OpVariable %out Output  %one = OpConstant %half 1  %main = OpFunction %void None %fn  %entry = OpLabel
+%d = OpDPdx %half %one  OpStore %color %d  OpReturn  OpFunctionEnd)";
     const Validation validation = validate_module(assemble(half_derivative), universal_environment(100));
     ASSERT_FALSE(validation.errors.empty());
     EXPECT_TRUE(validation.rule_relaxed_since_validator);
@@ -116,10 +108,9 @@ TEST(SpirvValidation, KnowsRulesSpirvHasRelaxedSinceThisValidator) {
 }
 
 TEST(SpirvModuleInfo, TellsProbesAndNestingApart) {
-    const std::string empty_main =
-        "OpCapability Shader\nOpMemoryModel Logical GLSL450\nOpEntryPoint Fragment %main \"main\"\n"
-        "OpExecutionMode %main OriginUpperLeft\n%void = OpTypeVoid\n%fn = OpTypeFunction %void\n"
-        "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpReturn\nOpFunctionEnd\n";
+    const std::string empty_main = R"(OpCapability Shader  OpMemoryModel Logical GLSL450
+OpEntryPoint Fragment %main "main"  OpExecutionMode %main OriginUpperLeft  %void = OpTypeVoid
+%fn = OpTypeFunction %void  %main = OpFunction %void None %fn  %entry = OpLabel  OpReturn  OpFunctionEnd)";
     EXPECT_TRUE(has_only_empty_functions(assemble(empty_main)));
     EXPECT_FALSE(has_only_empty_functions(assemble(fragment_assembly())));
     EXPECT_FALSE(has_only_empty_functions(assemble("OpCapability Shader\nOpMemoryModel Logical GLSL450\n")));
