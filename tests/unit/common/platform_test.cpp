@@ -10,6 +10,7 @@
 #include "common/koro_exception.h"
 #include "common/platform.h"
 #include "common/text.h"
+#include "unit/thrown.h"
 
 namespace {
 
@@ -100,11 +101,7 @@ TEST_F(Platform, FilesAndPaths) {
 
     EXPECT_EQ(get_absolute_path(dir + "/./link"), fs::canonical(dir).string() + "/full.txt");
     std::string missing = dir + "/nothing here";
-    try {
-        get_absolute_path(missing);
-        ADD_FAILURE() << "resolved a missing path";
-    } catch (const KoroException_& error) {
-        EXPECT_EQ(error.message, "Failed to get absolute path of \"" + missing + "\":\n    No such file or directory");
-    }
+    EXPECT_EQ(thrown<KoroException_>([&] { get_absolute_path(missing); }),
+              "Failed to get absolute path of \"" + missing + "\":\n    No such file or directory");
     EXPECT_TRUE(does_file_exist(get_executable_dir() + "/unit_common"));
 }

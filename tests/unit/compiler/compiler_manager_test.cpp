@@ -6,6 +6,7 @@
 
 #include "common/koro_exception.h"
 #include "unit/compiler/backend_fixture.h"
+#include "unit/thrown.h"
 
 namespace {
 
@@ -17,15 +18,6 @@ std::vector<std::string> describe(const std::vector<Compiler*>& compilers) {
         text.push_back(compiler->core + "/" + compiler->revision + "/" + to_string(compiler->type) + "/" +
                        std::to_string(compiler->version));
     return text;
-}
-
-std::string load_error(const std::string& dir) {
-    try {
-        CompilerManager manager(dir);
-    } catch (const KoroException_& error) {
-        return error.what();
-    }
-    return "loaded";
 }
 
 }  // namespace
@@ -127,7 +119,7 @@ TEST(CompilerManager, FailuresReleaseEveryRecordObtained) {
         std::string path = dir.add("graphics", NXX, test.scenario, test.variant);
         std::string prefix = test.error_prefix;
         if (size_t at = prefix.find('@'); at != std::string::npos) prefix.replace(at, 1, path);
-        std::string error = load_error(dir.path());
+        std::string error = thrown<KoroException_>([&] { CompilerManager manager(dir.path()); });
         EXPECT_EQ(error.rfind(prefix, 0), 0u) << test.scenario << "\n" << error;
         expect_all_released(read_scripted_log(path));
     }

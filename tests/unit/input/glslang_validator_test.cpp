@@ -10,6 +10,7 @@
 
 #include "common/platform.h"
 #include "input/glslang_validator.h"
+#include "unit/thrown.h"
 
 namespace {
 
@@ -41,12 +42,7 @@ protected:
     }
 
     static std::string binary_error(const std::string& path) {
-        try {
-            GlslangValidator validator(path);
-        } catch (const GlslangBinaryError& error) {
-            return error.what();
-        }
-        return "";
+        return thrown<GlslangBinaryError>([&] { GlslangValidator validator(path); });
     }
 
     std::string dir;
@@ -72,13 +68,9 @@ TEST_F(GlslangProcessTest, ConversionFailuresCarryTheValidatorOutput) {
     std::string validator = write_script("fail.sh", "echo 'ERROR: bad'\necho 'to stderr' >&2\nexit 2\n");
     std::string source = write_script("shader.sh", "");
     bool relaxed = true;
-    auto failure = [&](const std::string& path) -> std::string {
-        try {
-            GlslangValidator::generate_spirv_binary(validator, dir, path, {}, "1.3", "main", relaxed);
-        } catch (const GlslangInputError& error) {
-            return error.what();
-        }
-        return "<no error>";
+    auto failure = [&](const std::string& path) {
+        return thrown<GlslangInputError>(
+            [&] { GlslangValidator::generate_spirv_binary(validator, dir, path, {}, "1.3", "main", relaxed); });
     };
     EXPECT_EQ(failure(source), "ERROR: bad\n");
     EXPECT_FALSE(relaxed);
