@@ -55,29 +55,14 @@ TEST(SpecConstInt, WritesOnlyRepresentableValues) {
         int64_t value;
         std::optional<uint32_t> low_word;  // nullopt: out of range
     } cases[] = {
-        {8, true, -128, 0xFFFFFF80},
-        {8, true, 128, {}},
-        {8, true, -129, {}},
-        {8, false, 255, 0xFF},
-        {8, false, 256, {}},
-        {8, false, -1, {}},
-        {16, true, -32768, 0xFFFF8000},
-        {16, true, 32767, 0x7FFF},
-        {16, true, 32768, {}},
-        {16, false, 65535, 0xFFFF},
-        {16, false, 65536, {}},
-        {32, true, -5, 0xFFFFFFFB},
-        {32, true, 2147483647, 0x7FFFFFFF},
-        {32, true, 2147483648, {}},
-        {32, true, -2147483649, {}},
-        {32, false, 4294967295, 0xFFFFFFFF},
-        {32, false, 4294967296, {}},
-        {32, false, -1, {}},
-        {64, true, MIN64, 0},
-        {64, true, -2, 0xFFFFFFFE},
-        {64, false, MAX64, 0xFFFFFFFF},
-        {64, false, 0x123456789, 0x23456789},
-        {64, false, -1, {}},
+        {8, true, -128, 0xFFFFFF80},   {8, true, 128, {}},          {8, true, -129, {}},
+        {8, false, 255, 0xFF},         {8, false, 256, {}},         {8, false, -1, {}},
+        {16, true, -32768, 0xFFFF8000}, {16, true, 32767, 0x7FFF},  {16, true, 32768, {}},
+        {16, false, 65535, 0xFFFF},    {16, false, 65536, {}},      {32, true, -5, 0xFFFFFFFB},
+        {32, true, 2147483647, 0x7FFFFFFF}, {32, true, 2147483648, {}}, {32, true, -2147483649, {}},
+        {32, false, 4294967295, 0xFFFFFFFF}, {32, false, 4294967296, {}}, {32, false, -1, {}},
+        {64, true, MIN64, 0},          {64, true, -2, 0xFFFFFFFE},  {64, false, MAX64, 0xFFFFFFFF},
+        {64, false, 0x123456789, 0x23456789}, {64, false, -1, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") + std::to_string(c.value));
