@@ -246,9 +246,7 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
             case '\n': text += "\\n"; break;
             case '\t': text += "\\t"; break;
             case '\\': text += "\\\\"; break;
-            default:
-                std::snprintf(hex, sizeof(hex), c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x", c);
-                text += hex;
+            default: std::snprintf(hex, sizeof(hex), c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x", c); text += hex;
         }
     }
     return text;

@@ -81,11 +81,13 @@ TEST_F(GlslangProcessTest, ConversionFailuresCarryTheValidatorOutput) {
 // Runs the packaged validator, placed under external/ beside the test.
 TEST_F(GlslangProcessTest, PackagedValidatorErrorsAreAppendedAndNothingIsLeft) {
     const std::string text =
-        "#version 450\nlayout(location = 0) out vec4 color;\nvoid main() {\n    color = vec4(undefined_thing, 1.0);\n}\n";
+        "#version 450\nlayout(location = 0) out vec4 color;\nvoid main() {\n    color = vec4(undefined_thing, "
+        "1.0);\n}\n";
     Texts messages = {"earlier"};
     bool relaxed = true;
-    EXPECT_TRUE(compile_to_spirv(Bytes(text.begin(), text.end()), {}, "1.3", "", SourceType::Fragment, messages, relaxed)
-                    .empty());
+    EXPECT_TRUE(
+        compile_to_spirv(Bytes(text.begin(), text.end()), {}, "1.3", "", SourceType::Fragment, messages, relaxed)
+            .empty());
     EXPECT_TRUE(fs::is_empty(dir));
     EXPECT_FALSE(relaxed);
     EXPECT_EQ(messages, (Texts{"earlier", "0:4: X0000: 'undefined_thing' : undeclared identifier "}));

@@ -260,4 +260,3 @@ TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
     EXPECT_EQ(compile_program("openglessl", pelion, opencl, bytes.data()).errors,
               std::vector<std::string>{"This compiler compiles for 'openglessl', not for 'opencl'"});
 }
-

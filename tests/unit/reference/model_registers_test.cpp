@@ -29,10 +29,11 @@ TEST(RegisterModel, WorkRegistersArePeakLiveComponents) {
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.core) + " " + c.precision);
         const std::string vec4 = " " + c.precision + " vec4 ";
-        const auto result = analyse(glsl({"layout(location = 0) in" + vec4 + "a;", "layout(location = 1) in" + vec4 + "b;",
-                                          "layout(location = 2) in" + vec4 + "c;", "layout(location = 0) out" + vec4 + "o;"},
-                                         "o = a * b + c;"),
-                                    "fragment", Options{c.core});
+        const auto result =
+            analyse(glsl({"layout(location = 0) in" + vec4 + "a;", "layout(location = 1) in" + vec4 + "b;",
+                          "layout(location = 2) in" + vec4 + "c;", "layout(location = 0) out" + vec4 + "o;"},
+                         "o = a * b + c;"),
+                    "fragment", Options{c.core});
         ASSERT_EQ(result.variants.size(), 1u);
         EXPECT_EQ(value(result.variants[0], "work_registers_used"), c.registers);
         EXPECT_EQ(value(result.variants[0], "spilling_used"), "false");
@@ -42,12 +43,12 @@ TEST(RegisterModel, WorkRegistersArePeakLiveComponents) {
 TEST(RegisterModel, LoadsAreScheduledNextToTheirOnlyReader) {
     // Four inputs copied up front, then used one at a time: loaded where
     // they are read, at most the running product and one input are live.
-    const auto result = analyse(glsl({"layout(location = 0) in vec4 a;", "layout(location = 1) in vec4 b;",
-                                      "layout(location = 2) in vec4 c;", "layout(location = 3) in vec4 d;",
-                                      "layout(location = 0) out vec4 o;"},
-                                     "vec4 ta = a; vec4 tb = b; vec4 tc = c; vec4 td = d;\n"
-                                     "o = ((ta * 2.0) * tb) * tc * td;"),
-                                "fragment");
+    const auto result = analyse(
+        glsl({"layout(location = 0) in vec4 a;", "layout(location = 1) in vec4 b;", "layout(location = 2) in vec4 c;",
+              "layout(location = 3) in vec4 d;", "layout(location = 0) out vec4 o;"},
+             "vec4 ta = a; vec4 tb = b; vec4 tc = c; vec4 td = d;\n"
+             "o = ((ta * 2.0) * tb) * tc * td;"),
+        "fragment");
     ASSERT_EQ(result.variants.size(), 1u);
     EXPECT_EQ(value(result.variants[0], "work_registers_used"), "8");
 }

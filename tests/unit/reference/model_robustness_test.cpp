@@ -11,11 +11,11 @@ using namespace model_test;
 
 namespace {
 
-const std::string SHADER_WITH_CALLS =
-    glsl({"layout(set = 0, binding = 0) uniform sampler2D s;", "layout(location = 0) in vec4 a;",
-          "layout(location = 1) in vec4 b;", "layout(location = 0) out vec4 o;", "vec4 square(vec4 x) { return x * x; }"},
-         "vec4 t = square(a) + square(b);\n    for (int i = 0; i < int(b.w); ++i) t += texture(s, t.xy);\n"
-         "    if (t.x > 0.0) discard;\n    o = t;");
+const std::string SHADER_WITH_CALLS = glsl(
+    {"layout(set = 0, binding = 0) uniform sampler2D s;", "layout(location = 0) in vec4 a;",
+     "layout(location = 1) in vec4 b;", "layout(location = 0) out vec4 o;", "vec4 square(vec4 x) { return x * x; }"},
+    "vec4 t = square(a) + square(b);\n    for (int i = 0; i < int(b.w); ++i) t += texture(s, t.xy);\n"
+    "    if (t.x > 0.0) discard;\n    o = t;");
 
 reference::AnalysisRequest request_for(std::vector<uint32_t> module) {
     return request(std::move(module), "fragment", Options{"Koro-N68", true});
@@ -103,11 +103,6 @@ TEST(ModelRobustness, RegistersBeyondTheFileSpillFourBytesEach) {
     EXPECT_EQ(figures.longest[reference::PipeLS], 5);
     reference::add_spill_traffic(figures, reference::architecture_profile(Architecture::Pelion), 64);
     EXPECT_EQ(figures.total[reference::PipeLS], 4);
-
-    EXPECT_EQ(reference::format_figure(2.0), "2");
-    EXPECT_EQ(reference::format_figure(-1.0), "-1");
-    EXPECT_EQ(reference::format_figure(0.125), "0.125");
-    EXPECT_EQ(reference::format_figure(1.0 / 3.0), "0.333333333");  // reads back as the float 1/3
 }
 
 TEST(ModelRobustness, UniformsBeyondTheFileAreReadFromMemory) {

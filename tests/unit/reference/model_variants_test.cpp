@@ -14,11 +14,11 @@ const std::string UNIFORM_ONLY_WORK =
     glsl({"layout(set = 0, binding = 0) uniform U { vec4 k; vec4 m; float x; } u;", IN_A, OUT_O},
          "o = a * (u.k * u.m + sin(u.x));");
 
-const std::string VERTEX_SHADER = glsl({"layout(set = 0, binding = 0) uniform U { mat4 mvp; } u;",
-                                        "layout(location = 0) in vec4 a_position;", "layout(location = 1) in vec2 a_uv;",
-                                        "layout(location = 2) in vec3 a_normal;", "layout(location = 0) out vec2 v_uv;",
-                                        "layout(location = 1) out vec3 v_normal;"},
-                                       "gl_Position = u.mvp * a_position; v_uv = a_uv; v_normal = a_normal * 2.0;");
+const std::string VERTEX_SHADER =
+    glsl({"layout(set = 0, binding = 0) uniform U { mat4 mvp; } u;", "layout(location = 0) in vec4 a_position;",
+          "layout(location = 1) in vec2 a_uv;", "layout(location = 2) in vec3 a_normal;",
+          "layout(location = 0) out vec2 v_uv;", "layout(location = 1) out vec3 v_normal;"},
+         "gl_Position = u.mvp * a_position; v_uv = a_uv; v_normal = a_normal * 2.0;");
 
 }  // namespace
 
@@ -109,13 +109,15 @@ TEST(VariantModel, ShaderFlagsFollowWhatTheProgramDoes) {
         std::vector<std::string> flags;
     } cases[] = {
         {"fragment", glsl({"layout(early_fragment_tests) in;", IN_A, OUT_O}, "o = a;"), {"HAS_EARLY_FRAGMENT_TESTS"}},
-        {"fragment", glsl({IN_A, OUT_O}, "o = a; gl_FragDepth = a.x; gl_SampleMask[0] = 1;"),
+        {"fragment",
+         glsl({IN_A, OUT_O}, "o = a; gl_FragDepth = a.x; gl_SampleMask[0] = 1;"),
          {"DEPTH_BUFFER_WRITTEN", "MODIFIES_COVERAGE"}},
         {"fragment",
          glsl({"layout(input_attachment_index = 0, set = 0, binding = 0) uniform subpassInput c;", OUT_O},
               "o = subpassLoad(c) * 0.5;"),
          {"COLOR_BUFFER_READ"}},
-        {"fragment", glsl({"layout(set = 0, binding = 0) buffer B { vec4 v; } b;", IN_A}, "b.v = a;"),
+        {"fragment",
+         glsl({"layout(set = 0, binding = 0) buffer B { vec4 v; } b;", IN_A}, "b.v = a;"),
          {"HAS_SIDE_EFFECTS"}},
         {"compute",
          glsl({compute, "layout(set = 0, binding = 0) buffer B { uint n; } b;", "shared uint s[8];"},

@@ -104,7 +104,7 @@ TEST(SourceLineCosts, EachPipeLoopsStackAndKernelLinesFallWhereTheWorkIs) {
     const std::string fragment =
         "#version 310 es\nprecision highp float;\nuniform sampler2D u_image;\nin vec2 v_uv;\nout vec4 color;\n"
         "void main() {\n    vec4 sum = vec4(0.0);\n    for (int i = 0; i < 64; ++i) {\n"
-        "        sum += texture(u_image, v_uv + vec2(float(i) * 0.01));\n"    // 9
+        "        sum += texture(u_image, v_uv + vec2(float(i) * 0.01));\n"           // 9
         "    }\n    float glow = pow(exp(sin(v_uv.x) * 3.0), log(v_uv.y + 2.0));\n"  // 11
         "    color = sum * glow;\n}\n";
     for (const char* core : CORES) {
