@@ -48,15 +48,15 @@ std::map<std::string, std::string> by_line(const std::string& list) {
     return entries;
 }
 
-CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool opencl = false,
-                       bool source_costs = true) {
-    CompileOptions options;
-    options.compiler_type = opencl ? "opencl" : "openglessl";
+// A compile as the plug-in makes it; `options` brings what else it needs.
+CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool source_costs = true,
+                       CompileOptions options = {}) {
+    options.compiler_type = stage == Stage::Kernel ? "opencl" : "openglessl";
     options.stage = stage;
     options.request_source_costs = source_costs;
     options.request_idvs = stage == Stage::Vertex;
     options.request_pilot = false;
-    return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.c_str());
+    return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.data());
 }
 
 // The line whose figure on pipe p is highest, with that figure; the
@@ -86,8 +86,8 @@ TEST(SourceLineCosts, AskingForThemChangesNoFigure) {
         const std::string source((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         for (const char* core : CORES) {
             SCOPED_TRACE(std::string(file) + " on " + core);
-            const CompileResult result = annotate(core, source, stage, stage == Stage::Kernel);
-            const CompileResult plain = annotate(core, source, stage, stage == Stage::Kernel, false);
+            const CompileResult result = annotate(core, source, stage);
+            const CompileResult plain = annotate(core, source, stage, false);
             ASSERT_TRUE(result.errors.empty()) << result.errors.front();
             ASSERT_EQ(plain.variants.size(), result.variants.size());
             for (size_t v = 0; v < plain.variants.size(); ++v) {
@@ -133,19 +133,16 @@ TEST(SourceLineCosts, EachPipeLoopsStackAndKernelLinesFallWhereTheWorkIs) {
     const CompileResult kernel = annotate("Koro-N68",
                                           "kernel void scale(global float* data, float k) {\n"
                                           "    size_t i = get_global_id(0);\n    data[i] = sqrt(data[i]) * k;\n}\n",
-                                          Stage::Kernel, true);
+                                          Stage::Kernel);
     ASSERT_TRUE(kernel.errors.empty()) << kernel.errors.front();
     EXPECT_EQ(dearest(kernel.variants.at(0), 0).first, "0:3");
 }
 
 TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
     TemporaryDirectory directory("lines-test");
-    std::ofstream(directory.file("shade.frag")) << "#version 450\n"
-                                                   "layout(location = 0) in vec4 v;\n"
-                                                   "layout(location = 0) out vec4 c;\n"
-                                                   "void main() {\n"
-                                                   "    c = sqrt(v) * 2.0;\n"
-                                                   "}\n";
+    std::ofstream(directory.file("shade.frag"))
+        << "#version 450\nlayout(location = 0) in vec4 v;\nlayout(location = 0) out vec4 c;\nvoid main() {\n"
+           "    c = sqrt(v) * 2.0;\n}\n";
     // Plain OpLine, non-semantic DebugLine, and no line information at all.
     for (const char* debug : {"-g", "-gVS", "-g0"}) {
         SCOPED_TRACE(debug);
@@ -155,17 +152,12 @@ TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
         ASSERT_TRUE(run.succeeded());
         std::ifstream in(directory.file("shade.spv"), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        CompileOptions options;
-        options.compiler_type = "openglessl";
-        options.stage = Stage::Fragment;
-        options.spirv = true;
-        options.spirv_length = bytes.size();
-        options.request_source_costs = true;
-        const CompileResult result =
-            compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, bytes.data());
+        CompileOptions spirv;
+        spirv.spirv = true;
+        spirv.spirv_length = bytes.size();
+        const CompileResult result = annotate("Koro-N68", bytes, Stage::Fragment, true, spirv);
         ASSERT_TRUE(result.errors.empty()) << result.errors.front();
-        const Statistics& main = result.variants.at(0);
-        EXPECT_EQ(dearest(main, 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
+        EXPECT_EQ(dearest(result.variants.at(0), 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
     }
 }
 
@@ -175,13 +167,9 @@ TEST(SourceLineCosts, IncludedLinesKeepTheirFileAndMessagesTheirForm) {
     const std::string main_source =
         "#version 310 es\n#extension GL_GOOGLE_include_directive : require\nprecision highp float;\n"
         "#include \"light.glsl\"\nin vec2 v;\nout vec4 c;\nvoid main() {\n    c = shade(v) * 2.0;\n}\n";
-    CompileOptions options;
-    options.compiler_type = "openglessl";
-    options.stage = Stage::Fragment;
-    options.request_source_costs = true;
-    options.include_paths = {directory.path()};
-    const CompileResult result =
-        compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, main_source.c_str());
+    CompileOptions includes;
+    includes.include_paths = {directory.path()};
+    const CompileResult result = annotate("Koro-N68", main_source, Stage::Fragment, true, includes);
     ASSERT_TRUE(result.errors.empty()) << result.errors.front();
     const Statistics& main = result.variants.at(0);
     const std::vector<std::string> files = split(stat(main, "source_file_names"), '|');
@@ -192,5 +180,5 @@ TEST(SourceLineCosts, IncludedLinesKeepTheirFileAndMessagesTheirForm) {
 
     const std::string broken = "#version 310 es\nprecision highp float;\nout vec4 c;\nvoid main() { c = x; }\n";
     EXPECT_EQ(annotate("Koro-N68", broken, Stage::Fragment).errors,
-              annotate("Koro-N68", broken, Stage::Fragment, false, false).errors);
+              annotate("Koro-N68", broken, Stage::Fragment, false).errors);
 }
