@@ -121,11 +121,7 @@ TEST(AssembledCost, MultiplyAddsCostOneFmaPerComponentOnEveryCore) {
 // by its three arithmetic pipes, and -1 for every pipe of an unbounded path.
 TEST(AssembledCost, EachGenerationReportsItsOwnKeys) {
     auto reported = [](const std::vector<uint32_t>& module, const char* core, std::vector<std::string> keys) {
-        AnalysisRequest request;
-        request.module = module;
-        request.entry_point = "main";
-        request.core = core;
-        const AnalysisResult result = analyse_module(request);
+        const AnalysisResult result = analyse_module(model_test::request(module, "", model_test::Options{core}));
         std::string values;
         for (const std::string& key : keys) values += " " + model_test::value(result.variants.at(0), key);
         return values;

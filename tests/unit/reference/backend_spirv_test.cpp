@@ -58,12 +58,19 @@ CompileOptions vulkan_options(const std::vector<uint32_t>& module, Stage stage) 
 
 const CoreInfo& core_named(const std::string& name) { return *find_core(name, "r0p0"); }
 
-std::vector<uint32_t> optimised_es_fragment(const std::string& body) {
+// An OpenGL ES fragment shader with a uniform float u and an output c, through the back-end's optimiser or,
+// to keep its loops, only the standard performance passes.
+std::vector<uint32_t> optimised_es_fragment(const std::string& body, bool as_compiles_do = true) {
     FrontEndResult front = compile_glsl_es_source(
         "#version 310 es\nprecision highp float;\nuniform float u;\nout vec4 c;\nvoid main() {\n" + body + "\n}\n",
         Stage::Fragment, {});
     EXPECT_TRUE(front.errors.empty()) << front.errors.front();
-    return optimise_module(front.module, opengles_environment());
+    if (as_compiles_do) return optimise_module(front.module, opengles_environment());
+    spvtools::Optimizer optimizer(opengles_environment());
+    optimizer.RegisterPerformancePasses();
+    std::vector<uint32_t> ssa;
+    EXPECT_TRUE(optimizer.Run(front.module.data(), front.module.size(), &ssa));
+    return ssa;
 }
 
 }  // namespace
@@ -122,17 +129,9 @@ OpEntryPoint Fragment %main "main"  OpExecutionMode %main OriginUpperLeft  %void
 
 TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {
     auto trips = [](const std::string& loop) {
-        FrontEndResult front = compile_glsl_es_source(
-            "#version 310 es\nprecision highp float;\nuniform float u;\nout vec4 c;\nvoid main() {\n"
-            "float sum = 0.0;\n" +
-                loop + " sum += sin(u * float(i));\nc = vec4(sum);\n}\n",
-            Stage::Fragment, {});
-        EXPECT_TRUE(front.errors.empty()) << front.errors.front();
-        spvtools::Optimizer optimizer(opengles_environment());
-        optimizer.RegisterPerformancePasses();
-        std::vector<uint32_t> ssa;
-        EXPECT_TRUE(optimizer.Run(front.module.data(), front.module.size(), &ssa));
-        std::vector<LoopShape> loops = loop_shapes(ssa, 100);
+        std::vector<LoopShape> loops = loop_shapes(
+            optimised_es_fragment("float sum = 0.0;\n" + loop + " sum += sin(u * float(i));\nc = vec4(sum);", false),
+            100);
         EXPECT_EQ(loops.size(), 1u) << loop;
         if (loops.empty()) return std::optional<uint32_t>(999);
         EXPECT_GT(loops[0].body_words, 10u);
