@@ -65,12 +65,6 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
     EXPECT_EQ(figures(*varying), (Figures{0.75, 0, 0, 4, 0, 0}));
     EXPECT_EQ(value(*varying, "varying_attribute_symbols"), symbol("a_uv", 1) + "," + symbol("a_normal", 2));
 
-    Options open_gl{"Koro-N68", false, true};
-    open_gl.vulkan = false;
-    const auto plain_names = reference::analyse_module(request(module, "vertex", open_gl));
-    ASSERT_NE(find_variant(plain_names, "256"), nullptr);
-    EXPECT_EQ(value(*find_variant(plain_names, "256"), "position_attribute_symbols"), "a_position:0");
-
     const auto whole = analyse(VERTEX_SHADER, "vertex");
     ASSERT_EQ(whole.variants.size(), 1u);
     EXPECT_EQ(value(whole.variants[0], "variant"), "0");
