@@ -96,7 +96,7 @@ struct Storage {
     std::deque<std::string> texts;  // deque: element addresses stay put
     std::vector<const char*> pointers;
     std::vector<shadex_hardware_core> cores;
-    std::vector<std::vector<const char*>> variant_pointers;
+    std::deque<std::vector<const char*>> variant_pointers;
     std::vector<shadex_flexible_list> variants;
     std::vector<const char*> errors;
     std::vector<const char*> warnings;
@@ -254,24 +254,22 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
 
 [[maybe_unused]] std::string text_or_null(const char* text) { return text ? text : "<null>"; }
 
-void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible_list& list, bool odd) {
+// The pairs laid out key, value, ... in `texts`, which storage keeps.
+shadex_flexible_list fill_list(Storage& storage, std::vector<const char*>& texts, const std::vector<Pair>& pairs,
+                               bool odd = false) {
     for (const Pair& pair : pairs) {
-        storage.pointers.push_back(storage.keep(pair.key));
-        storage.pointers.push_back(storage.keep(pair.value));
+        texts.push_back(storage.keep(pair.key));
+        texts.push_back(storage.keep(pair.value));
     }
-    if (odd) storage.pointers.push_back(storage.keep(std::string("dangling")));
-    list.count = static_cast<shadex_u32>(storage.pointers.size());
-    list.entries = storage.pointers.data();
+    if (odd) texts.push_back(storage.keep(std::string("dangling")));
+    return {static_cast<shadex_u32>(texts.size()), 0, texts.data()};
 }
 
 [[maybe_unused]] bool answer_applies(const CompileAnswer& answer,
                                      const std::vector<std::pair<std::string, std::string>>& options,
                                      const std::string& source) {
-    for (const auto& condition : answer.option_conditions) {
-        bool sent = false;
-        for (const auto& option : options) sent = sent || option == condition;
-        if (!sent) return false;
-    }
+    for (const auto& condition : answer.option_conditions)
+        if (std::find(options.begin(), options.end(), condition) == options.end()) return false;
     for (const auto& wanted : answer.source_conditions)
         if (source.find(wanted) == std::string::npos) return false;
     return true;
@@ -298,7 +296,7 @@ shadex_u32 shadex_get_capabilities(shadex_capabilities* capabilities) {
     if (status != 0) return status;
     auto [id, storage] = new_storage();
     capabilities->padding_ = id;
-    fill_list(*storage, scenario.metadata, capabilities->metadata, scenario.broken("metadata_odd"));
+    capabilities->metadata = fill_list(*storage, storage->pointers, scenario.metadata, scenario.broken("metadata_odd"));
     if (scenario.broken("metadata")) capabilities->metadata = {2, 0, nullptr};
     for (const Pair& core : scenario.cores)
         storage->cores.push_back({storage->keep(core.key), storage->keep(core.value)});
@@ -327,8 +325,8 @@ shadex_u32 shadex_get_core_specific_capabilities(const shadex_hardware_core* cor
     std::vector<Pair> pairs;
     for (const auto& [core_name, pair] : scenario.core_caps)
         if (core_name == name) pairs.push_back(pair);
+    capabilities->capabilities = fill_list(*storage, storage->pointers, pairs);
     capabilities->capabilities.padding_ = id;
-    fill_list(*storage, pairs, capabilities->capabilities, false);
     if (scenario.broken("core_cap")) capabilities->capabilities = {2, id, nullptr};
     return 0;
 }
@@ -357,13 +355,10 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
     line += "\tsource_length=" + std::to_string(length);
     line += "\tsource=" + escaped(source.substr(0, 512));
 
-    const CompileAnswer* answer = nullptr;
-    for (const CompileAnswer& candidate : scenario.answers) {
-        if (answer_applies(candidate, options, source)) {
-            answer = &candidate;
-            break;
-        }
-    }
+    auto found = std::find_if(scenario.answers.begin(), scenario.answers.end(), [&](const CompileAnswer& candidate) {
+        return answer_applies(candidate, options, source);
+    });
+    const CompileAnswer* answer = found == scenario.answers.end() ? nullptr : &*found;
     log_line(line);
     if (answer && answer->crash) raise(SIGSEGV);
     while (answer && answer->hang) pause();
@@ -376,15 +371,8 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
     auto [id, storage] = new_storage();
     outputs->padding0_ = id;
     if (!answer) return status;
-    for (const Variant& variant : answer->variants) {
-        storage->variant_pointers.emplace_back();
-        for (const Pair& stat : variant) {
-            storage->variant_pointers.back().push_back(storage->keep(stat.key));
-            storage->variant_pointers.back().push_back(storage->keep(stat.value));
-        }
-    }
-    for (const auto& pointers : storage->variant_pointers)
-        storage->variants.push_back({static_cast<shadex_u32>(pointers.size()), 0, pointers.data()});
+    for (const Variant& variant : answer->variants)
+        storage->variants.push_back(fill_list(*storage, storage->variant_pointers.emplace_back(), variant));
     for (const auto& error : answer->errors) storage->errors.push_back(storage->keep(error));
     for (const auto& warning : answer->warnings) storage->warnings.push_back(storage->keep(warning));
     outputs->variant_count = static_cast<shadex_u32>(storage->variants.size());
