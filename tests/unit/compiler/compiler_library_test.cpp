@@ -46,7 +46,7 @@ TEST(CompilerLibrary, MalformedMetadataRecordsAreReleasedAndNamed) {
         std::string path = dir.add(std::to_string(i), "libKoro-Nxx_r20p0-01rel0.so", scenarios[i]);
         std::string error = load_error(path);
         EXPECT_EQ(error.rfind("Library load error : " + path + " : malformed metadata (", 0), 0u) << error;
-        expect_all_released(read_scripted_log(path));
+        EXPECT_EQ(release_problems(read_scripted_log(path)), "");
     }
     EXPECT_EQ(load_error(dir.path() + "/missing.so"), "Library load error : " + dir.path() + "/missing.so");
 }

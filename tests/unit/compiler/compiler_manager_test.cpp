@@ -56,11 +56,10 @@ TEST(CompilerManager, CatalogueFiltersAndDefaults) {
     EXPECT_EQ(manager.get_compilers("r20p0-01rel0", "Koro-N68", "r0p1", CompilerType::Any).size(), 3u);
     EXPECT_TRUE(manager.get_compilers("r20p0-01rel0", "Koro-N68", "r0p0", CompilerType::Any).empty());
     EXPECT_TRUE(manager.get_compilers("koro-n68", CompilerType::Any).empty());
-    EXPECT_EQ(manager.get_default_compiler(CompilerType::OpenCL)->core, "Koro-N68");
     // Per-core extensions replace the defaults.
     EXPECT_EQ(manager.get_compilers("Koro-N68", CompilerType::Vulkan).at(0)->get_extensions(),
               (std::set<std::string>{"SPV_KHR_x"}));
-    expect_all_released(read_scripted_log(path));
+    EXPECT_EQ(release_problems(read_scripted_log(path)), "");
 }
 
 TEST(CompilerManager, FlexibleVersionDecidesWhereCapabilitiesComeFrom) {
@@ -121,6 +120,6 @@ TEST(CompilerManager, FailuresReleaseEveryRecordObtained) {
         if (size_t at = prefix.find('@'); at != std::string::npos) prefix.replace(at, 1, path);
         std::string error = thrown<KoroException_>([&] { CompilerManager manager(dir.path()); });
         EXPECT_EQ(error.rfind(prefix, 0), 0u) << test.scenario << "\n" << error;
-        expect_all_released(read_scripted_log(path));
+        EXPECT_EQ(release_problems(read_scripted_log(path)), "");
     }
 }
