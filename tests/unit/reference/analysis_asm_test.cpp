@@ -198,4 +198,10 @@ OpStore %mine %z  OpReturn)",
     EXPECT_EQ(f.total, (PipeCycles{1.25, 0, 0, 4, 0, 0}));
     EXPECT_EQ(f.workgroup, 1024u);
     EXPECT_EQ(f.flags, std::vector<std::string>{"HAS_SIDE_EFFECTS"});
+
+    // Shared memory alone is seen by the workgroup only: no side effect.
+    const Facts shared = measure(assemble(R"(%x = OpLoad %uint %id  %slot = OpAccessChain %wg_v4 %tile %x
+OpStore %slot %zero  OpReturn)",
+                                          "GLCompute %main \"main\" %id  OpExecutionMode %main LocalSize 64 1 1"));
+    EXPECT_TRUE(shared.flags.empty());
 }
