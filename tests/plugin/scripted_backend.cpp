@@ -1,57 +1,40 @@
 // A back-end whose answers come from a text file, for testing the program
-// against libraries of every shape without shipping real compilers.
+// against libraries of every shape without shipping real compilers. Each copy
+// reads "<its own path>.scenario" on every call and appends a line per call to
+// "<its own path>.log", so copies under different names can share an install.
 //
-// Each copy of the library reads "<its own path>.scenario" on every call and
-// appends one line per call to "<its own path>.log", so several copies under
-// different names can sit side by side in one install.
-//
-// Scenario format: one directive per line; empty lines and lines starting
-// with '#' are skipped. A directive is a word, one space, then fields
-// separated by " | " (fields may hold spaces; the last field is the rest of
-// the line). The field text <null> stands for a null pointer.
-//
+// Scenario: one directive a line ('#' lines and empty lines skipped): a word,
+// one space, then fields separated by " | " (the last field is the rest of the
+// line; <null> stands for a null pointer).
 //   api MAJOR MINOR               interface version reported (default: 1 1)
 //   meta KEY | VALUE              a library metadata pair, in order
 //   core NAME | REVISION          a hardware core record, in order
-//   core_cap NAME | KEY | VALUE   a per-core pair, answered for core NAME
-//                                 whatever the API the program asks about
+//   core_cap NAME | KEY | VALUE   a per-core pair for core NAME, whatever the API
 //   fail ENTRY | STATUS [| SKIP]  ENTRY (get_capabilities,
 //                                 get_core_specific_capabilities or compile)
-//                                 returns STATUS; with SKIP, only after SKIP
-//                                 earlier calls of ENTRY in the log succeeded
-//   break WHAT                    a malformed record: "metadata", "cores" or
-//                                 "core_cap" announce entries behind a null
-//                                 array; "metadata_odd" adds a key without a
-//                                 value
-//   compile                       starts a compile answer, up to "end":
-//     when option | KEY | VALUE     answers only if that option pair was sent
-//     when source | TEXT            answers only if the source holds TEXT
+//                                 returns STATUS, after SKIP successful calls
+//   break WHAT                    "metadata", "cores" or "core_cap": entries
+//                                 behind a null array; "metadata_odd": a key
+//                                 without a value
+//   compile ... end               a compile answer; the first whose "when"
+//                                 lines all hold is used, else nothing is filled:
+//     when option | KEY | VALUE     that option pair was sent
+//     when source | TEXT            the source holds TEXT
 //     status N                      status returned (default 0)
 //     variant                       starts the next variant
 //     stat KEY | VALUE              a statistic of the current variant
-//     error TEXT                    an error line
-//     warning TEXT                  a warning line
-//     crash                         the call kills the process (SIGSEGV)
-//     hang                          the call never returns
-//   end
+//     error TEXT / warning TEXT     a message line
+//     crash / hang                  SIGSEGV / never return
 //
-// The first compile answer whose conditions all hold is used; with none, the
-// call succeeds and fills nothing.
-//
-// Log lines, fields separated by tabs:
-//   get_api_version
-//   get_capabilities
-//   get_core_specific_capabilities  CORE  REVISION
-//   compile  core=CORE  revision=REV  KEY=VALUE...  source_length=N  source=ESCAPED
-//   ENTRY_failed  status=N      right after the call line when it returns N != 0
-//   release_capabilities | release_core_specific_capabilities | release_outputs
-//            (followed by "  unknown" when the record was not handed out by
-//            this library or was already released)
-// A failed getter hands out nothing; a failed compile still hands out its
-// outputs record, which must be released like any other.
-// The source is the text up to its NUL, or "spirv_binary_length" bytes when
-// that option is sent; its first bytes are logged with \n, \t, \\ and \xHH
-// escapes. Scenario mistakes are logged as "scenario_error  line N: TEXT".
+// Log lines, fields separated by tabs: get_api_version; get_capabilities;
+// get_core_specific_capabilities CORE REVISION; compile core=CORE revision=REV
+// KEY=VALUE... source_length=N source=ESCAPED (the text up to its NUL, or
+// "spirv_binary_length" bytes, its first 512 with \n, \t, \\ and \xHH
+// escapes); ENTRY_failed status=N after a call returning N != 0;
+// release_capabilities, release_core_specific_capabilities, release_outputs
+// (then "unknown" when the record was not handed out, or was already
+// released); "scenario_error line N: TEXT" for scenario mistakes. A failed
+// getter hands out nothing; a failed compile still hands out its outputs.
 #include <dlfcn.h>
 #include <signal.h>
 #include <unistd.h>
@@ -66,6 +49,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -81,9 +65,7 @@ struct Pair {
     Text value;
 };
 
-struct Variant {
-    std::vector<Pair> stats;
-};
+using Variant = std::vector<Pair>;  // statistics
 
 struct CompileAnswer {
     std::vector<std::pair<std::string, std::string>> option_conditions;
@@ -96,26 +78,17 @@ struct CompileAnswer {
     std::vector<std::string> warnings;
 };
 
-struct Failure {
-    shadex_u32 status = 0;
-    size_t skip = 0;
-};
-
 struct Scenario {
     shadex_u32 api_major = 1;
     shadex_u32 api_minor = 1;
     std::vector<Pair> metadata;
     std::vector<Pair> cores;
     std::vector<std::pair<std::string, Pair>> core_caps;
-    std::map<std::string, Failure> failures;
-    std::vector<std::string> breaks;
+    std::map<std::string, std::pair<shadex_u32, size_t>> failures;  // entry -> status, calls to skip
+    std::set<std::string> breaks;
     std::vector<CompileAnswer> answers;
 
-    bool broken(const std::string& what) const {
-        for (const auto& entry : breaks)
-            if (entry == what) return true;
-        return false;
-    }
+    bool broken(const std::string& what) const { return breaks.count(what) > 0; }
 };
 
 // Everything one filled record points to, kept until its release.
@@ -123,7 +96,7 @@ struct Storage {
     std::deque<std::string> texts;  // deque: element addresses stay put
     std::vector<const char*> pointers;
     std::vector<shadex_hardware_core> cores;
-    std::vector<std::vector<const char*>> variant_pointers;
+    std::deque<std::vector<const char*>> variant_pointers;
     std::vector<shadex_flexible_list> variants;
     std::vector<const char*> errors;
     std::vector<const char*> warnings;
@@ -137,24 +110,14 @@ struct Storage {
 
 // Records handed out and not yet released, by the id written into the
 // record's unused padding word.
-std::map<shadex_u32, std::unique_ptr<Storage>>& live_records() {
-    static std::map<shadex_u32, std::unique_ptr<Storage>> records;
-    return records;
-}
-
-shadex_u32 next_id() {
-    static shadex_u32 id = 0;
-    return ++id;
-}
+std::map<shadex_u32, std::unique_ptr<Storage>> live_records;
 
 std::pair<shadex_u32, Storage*> new_storage() {
-    shadex_u32 id = next_id();
-    auto& slot = live_records()[id];
+    static shadex_u32 last_id = 0;
+    auto& slot = live_records[++last_id];
     slot = std::make_unique<Storage>();
-    return {id, slot.get()};
+    return {last_id, slot.get()};
 }
-
-bool free_storage(shadex_u32 id) { return live_records().erase(id) > 0; }
 
 std::string library_path() {
     Dl_info info{};
@@ -198,7 +161,7 @@ void read_answer_line(CompileAnswer& answer, const std::string& word, const std:
         answer.variants.emplace_back();
     } else if (word == "stat" && fields.size() == 2) {
         if (answer.variants.empty()) answer.variants.emplace_back();
-        answer.variants.back().stats.push_back({as_text(fields[0]), as_text(fields[1])});
+        answer.variants.back().push_back({as_text(fields[0]), as_text(fields[1])});
     } else if (word == "error") {
         answer.errors.push_back(rest);
     } else if (word == "warning") {
@@ -224,12 +187,10 @@ void read_scenario_line(Scenario& scenario, const std::string& word, const std::
     } else if (word == "core_cap" && fields.size() == 3) {
         scenario.core_caps.push_back({fields[0], {as_text(fields[1]), as_text(fields[2])}});
     } else if (word == "fail" && (fields.size() == 2 || fields.size() == 3)) {
-        Failure failure;
-        failure.status = static_cast<shadex_u32>(std::stoul(fields[1]));
-        if (fields.size() == 3) failure.skip = std::stoul(fields[2]);
-        scenario.failures[fields[0]] = failure;
+        scenario.failures[fields[0]] = {static_cast<shadex_u32>(std::stoul(fields[1])),
+                                        fields.size() == 3 ? std::stoul(fields[2]) : 0};
     } else if (word == "break" && fields.size() == 1) {
-        scenario.breaks.push_back(fields[0]);
+        scenario.breaks.insert(fields[0]);
     } else if (word == "compile") {
         scenario.answers.emplace_back();
     } else {
@@ -272,27 +233,20 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
     auto found = scenario.failures.find(entry);
     if (found == scenario.failures.end()) return 0;
     size_t earlier_calls = logged_calls(entry) - 1;
-    shadex_u32 status = earlier_calls >= found->second.skip ? found->second.status : 0;
+    shadex_u32 status = earlier_calls >= found->second.second ? found->second.first : 0;
     if (status != 0) log_line(entry + "_failed\tstatus=" + std::to_string(status));
     return status;
 }
 
-[[maybe_unused]] std::string escaped(const char* bytes, size_t length) {
+[[maybe_unused]] std::string escaped(const std::string& bytes) {
     std::string text;
-    char hex[8];
-    for (size_t i = 0; i < length; ++i) {
-        unsigned char c = static_cast<unsigned char>(bytes[i]);
-        if (c == '\n')
-            text += "\\n";
-        else if (c == '\t')
-            text += "\\t";
-        else if (c == '\\')
-            text += "\\\\";
-        else if (c >= 0x20 && c < 0x7f)
-            text += static_cast<char>(c);
-        else {
-            std::snprintf(hex, sizeof(hex), "\\x%02x", c);
-            text += hex;
+    for (unsigned char c : bytes) {
+        char hex[8];
+        switch (c) {
+            case '\n': text += "\\n"; break;
+            case '\t': text += "\\t"; break;
+            case '\\': text += "\\\\"; break;
+            default: std::snprintf(hex, sizeof(hex), c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x", c); text += hex;
         }
     }
     return text;
@@ -300,30 +254,30 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
 
 [[maybe_unused]] std::string text_or_null(const char* text) { return text ? text : "<null>"; }
 
-void fill_list(Storage& storage, const std::vector<Pair>& pairs, shadex_flexible_list& list, bool odd) {
+// The pairs laid out key, value, ... in `texts`, which storage keeps.
+shadex_flexible_list fill_list(Storage& storage, std::vector<const char*>& texts, const std::vector<Pair>& pairs,
+                               bool odd = false) {
     for (const Pair& pair : pairs) {
-        storage.pointers.push_back(storage.keep(pair.key));
-        storage.pointers.push_back(storage.keep(pair.value));
+        texts.push_back(storage.keep(pair.key));
+        texts.push_back(storage.keep(pair.value));
     }
-    if (odd) storage.pointers.push_back(storage.keep(std::string("dangling")));
-    list.count = static_cast<shadex_u32>(storage.pointers.size());
-    list.entries = storage.pointers.data();
+    if (odd) texts.push_back(storage.keep(std::string("dangling")));
+    return {static_cast<shadex_u32>(texts.size()), 0, texts.data()};
 }
 
 [[maybe_unused]] bool answer_applies(const CompileAnswer& answer,
                                      const std::vector<std::pair<std::string, std::string>>& options,
                                      const std::string& source) {
-    for (const auto& condition : answer.option_conditions) {
-        bool sent = false;
-        for (const auto& option : options) sent = sent || option == condition;
-        if (!sent) return false;
-    }
+    for (const auto& condition : answer.option_conditions)
+        if (std::find(options.begin(), options.end(), condition) == options.end()) return false;
     for (const auto& wanted : answer.source_conditions)
         if (source.find(wanted) == std::string::npos) return false;
     return true;
 }
 
-void release(const char* entry, shadex_u32 id) { log_line(std::string(entry) + (free_storage(id) ? "" : "\tunknown")); }
+void release(const char* entry, shadex_u32 id) {
+    log_line(std::string(entry) + (live_records.erase(id) > 0 ? "" : "\tunknown"));
+}
 
 }  // namespace
 
@@ -342,7 +296,7 @@ shadex_u32 shadex_get_capabilities(shadex_capabilities* capabilities) {
     if (status != 0) return status;
     auto [id, storage] = new_storage();
     capabilities->padding_ = id;
-    fill_list(*storage, scenario.metadata, capabilities->metadata, scenario.broken("metadata_odd"));
+    capabilities->metadata = fill_list(*storage, storage->pointers, scenario.metadata, scenario.broken("metadata_odd"));
     if (scenario.broken("metadata")) capabilities->metadata = {2, 0, nullptr};
     for (const Pair& core : scenario.cores)
         storage->cores.push_back({storage->keep(core.key), storage->keep(core.value)});
@@ -371,8 +325,8 @@ shadex_u32 shadex_get_core_specific_capabilities(const shadex_hardware_core* cor
     std::vector<Pair> pairs;
     for (const auto& [core_name, pair] : scenario.core_caps)
         if (core_name == name) pairs.push_back(pair);
+    capabilities->capabilities = fill_list(*storage, storage->pointers, pairs);
     capabilities->capabilities.padding_ = id;
-    fill_list(*storage, pairs, capabilities->capabilities, false);
     if (scenario.broken("core_cap")) capabilities->capabilities = {2, id, nullptr};
     return 0;
 }
@@ -399,15 +353,12 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
                        "\trevision=" + text_or_null(inputs->hardware.revision);
     for (const auto& [key, value] : options) line += "\t" + key + "=" + value;
     line += "\tsource_length=" + std::to_string(length);
-    line += "\tsource=" + escaped(source.data(), std::min<size_t>(length, 512));
+    line += "\tsource=" + escaped(source.substr(0, 512));
 
-    const CompileAnswer* answer = nullptr;
-    for (const CompileAnswer& candidate : scenario.answers) {
-        if (answer_applies(candidate, options, source)) {
-            answer = &candidate;
-            break;
-        }
-    }
+    auto found = std::find_if(scenario.answers.begin(), scenario.answers.end(), [&](const CompileAnswer& candidate) {
+        return answer_applies(candidate, options, source);
+    });
+    const CompileAnswer* answer = found == scenario.answers.end() ? nullptr : &*found;
     log_line(line);
     if (answer && answer->crash) raise(SIGSEGV);
     while (answer && answer->hang) pause();
@@ -420,15 +371,8 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
     auto [id, storage] = new_storage();
     outputs->padding0_ = id;
     if (!answer) return status;
-    for (const Variant& variant : answer->variants) {
-        storage->variant_pointers.emplace_back();
-        for (const Pair& stat : variant.stats) {
-            storage->variant_pointers.back().push_back(storage->keep(stat.key));
-            storage->variant_pointers.back().push_back(storage->keep(stat.value));
-        }
-    }
-    for (const auto& pointers : storage->variant_pointers)
-        storage->variants.push_back({static_cast<shadex_u32>(pointers.size()), 0, pointers.data()});
+    for (const Variant& variant : answer->variants)
+        storage->variants.push_back(fill_list(*storage, storage->variant_pointers.emplace_back(), variant));
     for (const auto& error : answer->errors) storage->errors.push_back(storage->keep(error));
     for (const auto& warning : answer->warnings) storage->warnings.push_back(storage->keep(warning));
     outputs->variant_count = static_cast<shadex_u32>(storage->variants.size());

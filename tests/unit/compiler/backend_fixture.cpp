@@ -1,6 +1,5 @@
 #include "unit/compiler/backend_fixture.h"
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -29,5 +28,3 @@ std::string lines(const std::vector<std::string>& scenario_lines) {
     for (const std::string& line : scenario_lines) text += line + "\n";
     return text;
 }
-
-void expect_all_released(const std::vector<std::string>& log) { EXPECT_EQ(release_problems(log), ""); }

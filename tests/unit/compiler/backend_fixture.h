@@ -25,6 +25,3 @@ private:
 
 // Joins scenario lines with line ends.
 std::string lines(const std::vector<std::string>& scenario_lines);
-
-// Every record the library handed out was released exactly once.
-void expect_all_released(const std::vector<std::string>& log);

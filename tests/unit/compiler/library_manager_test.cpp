@@ -10,6 +10,7 @@
 
 #include "common/koro_exception.h"
 #include "unit/compiler/backend_fixture.h"
+#include "unit/thrown.h"
 
 namespace fs = std::filesystem;
 
@@ -30,10 +31,6 @@ TEST(LibraryManager, TakesEveryEntryEndingInSoGraphicsFirst) {
 
     // A directory is taken too, and then fails to load.
     fs::create_directories(graphics + "/x.so");
-    try {
-        LibraryManager manager(dir.path());
-        ADD_FAILURE() << "a directory named x.so was opened";
-    } catch (const KoroException_& error) {
-        EXPECT_EQ(error.message, "Library load error : " + graphics + "/x.so");
-    }
+    EXPECT_EQ(thrown<KoroException_>([&] { LibraryManager manager(dir.path()); }),
+              "Library load error : " + graphics + "/x.so");
 }

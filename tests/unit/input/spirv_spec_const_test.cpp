@@ -44,53 +44,38 @@ TEST(SpecConstBool, FlipsTheOpcodeOfTheLastDecoratedConstant) {
     EXPECT_EQ(module, original);
 }
 
-// Narrow signed values are sign-extended to the whole word; 64-bit literals
-// take two words, low word first.
+// A value the type holds is written as its two's complement, sign-extended
+// to the whole word; 64-bit literals take two words, low word first.
 TEST(SpecConstInt, WritesOnlyRepresentableValues) {
     constexpr int64_t MIN64 = std::numeric_limits<int64_t>::min();
     constexpr int64_t MAX64 = std::numeric_limits<int64_t>::max();
     const struct {
         uint32_t width;
         bool is_signed;
-        int64_t value;
-        std::optional<uint32_t> low_word;  // nullopt: out of range
-    } cases[] = {
-        {8, true, -128, 0xFFFFFF80},
-        {8, true, 128, {}},
-        {8, true, -129, {}},
-        {8, false, 255, 0xFF},
-        {8, false, 256, {}},
-        {8, false, -1, {}},
-        {16, true, -32768, 0xFFFF8000},
-        {16, true, 32767, 0x7FFF},
-        {16, true, 32768, {}},
-        {16, false, 65535, 0xFFFF},
-        {16, false, 65536, {}},
-        {32, true, -5, 0xFFFFFFFB},
-        {32, true, 2147483647, 0x7FFFFFFF},
-        {32, true, 2147483648, {}},
-        {32, true, -2147483649, {}},
-        {32, false, 4294967295, 0xFFFFFFFF},
-        {32, false, 4294967296, {}},
-        {32, false, -1, {}},
-        {64, true, MIN64, 0},
-        {64, true, -2, 0xFFFFFFFE},
-        {64, false, MAX64, 0xFFFFFFFF},
-        {64, false, 0x123456789, 0x23456789},
-        {64, false, -1, {}},
-    };
+        std::vector<int64_t> held, out_of_range;
+    } cases[] = {{8, true, {-128}, {128, -129}},
+                 {8, false, {255}, {256, -1}},
+                 {16, true, {-32768, 32767}, {32768}},
+                 {16, false, {65535}, {65536}},
+                 {32, true, {-5, 2147483647}, {2147483648, -2147483649}},
+                 {32, false, {4294967295}, {4294967296, -1}},
+                 {64, true, {MIN64, -2}, {}},
+                 {64, false, {MAX64, 0x123456789}, {-1}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") + std::to_string(c.value));
         const Bytes original = int_module(c.width, c.is_signed);
-        Bytes module = original;
-        std::string result = rewrite_spirv_spec_const_int(module, 5, c.value);
-        if (!c.low_word) {
-            EXPECT_EQ(result, "Value out of range for int specialization constant at location 5");
-            EXPECT_EQ(module, original);
-            continue;
+        for (int64_t value : c.held) {
+            SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") + std::to_string(value));
+            Bytes module = original;
+            ASSERT_EQ(rewrite_spirv_spec_const_int(module, 5, value), "");
+            EXPECT_EQ(module, int_module(c.width, c.is_signed, {uint32_t(value), uint32_t(uint64_t(value) >> 32)}));
         }
-        ASSERT_EQ(result, "");
-        EXPECT_EQ(module, int_module(c.width, c.is_signed, {*c.low_word, uint32_t(uint64_t(c.value) >> 32)}));
+        for (int64_t value : c.out_of_range) {
+            SCOPED_TRACE(std::to_string(c.width) + (c.is_signed ? " signed " : " unsigned ") + std::to_string(value));
+            Bytes module = original;
+            EXPECT_EQ(rewrite_spirv_spec_const_int(module, 5, value),
+                      "Value out of range for int specialization constant at location 5");
+            EXPECT_EQ(module, original);
+        }
     }
 }
 

@@ -23,7 +23,6 @@ TEST(AttributeStreams, OddEntriesAndTies) {
 
     EXPECT_EQ(decode_vulkan_attribute_symbol("position"), "position");
     EXPECT_EQ(decode_vulkan_attribute_symbol("p_12"), "OpVariable %12");
-    EXPECT_EQ(decode_vulkan_attribute_symbol("p_3_a_b"), "OpVariable %3 'a_b'");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "common/koro_exception.h"
 #include "output/compile_output.h"
+#include "unit/thrown.h"
 
 using Texts = std::vector<std::string>;
 
@@ -50,12 +51,7 @@ inline CompileOutput compile(const Target& target, const std::vector<Texts>& var
 // The what() of the KoroException_ that `build` throws, or "" if none.
 template <typename Build>
 std::string failure_of(Build build) {
-    try {
-        build();
-    } catch (const KoroException_& error) {
-        return error.what();
-    }
-    return "";
+    return thrown<KoroException_>(build);
 }
 
 // Statistics that keep a variant alive past the removal of empty programs

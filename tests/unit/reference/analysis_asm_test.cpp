@@ -121,11 +121,7 @@ TEST(AssembledCost, MultiplyAddsCostOneFmaPerComponentOnEveryCore) {
 // by its three arithmetic pipes, and -1 for every pipe of an unbounded path.
 TEST(AssembledCost, EachGenerationReportsItsOwnKeys) {
     auto reported = [](const std::vector<uint32_t>& module, const char* core, std::vector<std::string> keys) {
-        AnalysisRequest request;
-        request.module = module;
-        request.entry_point = "main";
-        request.core = core;
-        const AnalysisResult result = analyse_module(request);
+        const AnalysisResult result = analyse_module(model_test::request(module, "", model_test::Options{core}));
         std::string values;
         for (const std::string& key : keys) values += " " + model_test::value(result.variants.at(0), key);
         return values;
@@ -173,7 +169,6 @@ TEST(AssembledCost, LoopsBranchesAndDiscardSeparateTheShortestAndLongestPaths) {
 %join = OpLabel  %p = OpLoad %v4 %a  %q = OpLoad %v4 %b  %pq = OpFMul %v4 %p %q  OpStore %o %pq  OpReturn)"));
     EXPECT_EQ(discard.shortest, (PipeCycles{0.25, 0, 0, 0, 1, 0}));
     EXPECT_EQ(discard.longest, (PipeCycles{1.25, 0, 0, 0, 8, 0}));
-    EXPECT_EQ(discard.flags, std::vector<std::string>{"MODIFIES_COVERAGE"});
 }
 
 // vec4 t[2] = {a, a * 2}; o = t[index]: with a dynamic index 32 bytes on the stack, stored in two 16-byte messages

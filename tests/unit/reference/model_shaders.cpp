@@ -62,16 +62,26 @@ std::vector<uint32_t> compile_es(const std::string& source, const std::string& s
     return reference::optimise_module(front.module, reference::opengles_environment());
 }
 
-reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options) {
+reference::AnalysisRequest request(std::vector<uint32_t> module, const std::string& stage, const Options& options) {
     reference::AnalysisRequest request;
-    request.module = compile(source, stage, options.optimise);
+    request.module = std::move(module);
     request.entry_point = "main";
-    request.stage = reference::parse_stage(stage);
+    if (!stage.empty()) request.stage = reference::parse_stage(stage);
     request.core = options.core;
     request.request_pilot = options.pilot;
     request.request_idvs = options.idvs;
-    request.vulkan = true;
-    return reference::analyse_module(request);
+    request.vulkan = options.vulkan;
+    return request;
+}
+
+reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options) {
+    return reference::analyse_module(request(compile(source, stage, options.optimise), stage, options));
+}
+
+std::string glsl(const std::vector<std::string>& declarations, const std::string& body) {
+    std::string source = "#version 450\n";
+    for (const std::string& declaration : declarations) source += declaration + "\n";
+    return source + "void main() { " + body + " }\n";
 }
 
 uint32_t variable_id(const std::vector<uint32_t>& module, const std::string& name) {

@@ -15,6 +15,7 @@ struct Options {
     bool pilot = false;
     bool idvs = false;
     bool optimise = true;
+    bool vulkan = true;  // attribute symbols name the variable's id
 };
 
 // Vulkan GLSL as the validator converts it for a SPIR-V 1.3 core; stage is the
@@ -24,7 +25,13 @@ std::vector<uint32_t> compile(const std::string& source, const std::string& stag
 // OpenGL ES source through the back-end's front end and optimiser.
 std::vector<uint32_t> compile_es(const std::string& source, const std::string& stage);
 
+// A request for main, as a compile makes it; stage "" leaves it to the module.
+reference::AnalysisRequest request(std::vector<uint32_t> module, const std::string& stage, const Options& options = {});
+
 reference::AnalysisResult analyse(const std::string& source, const std::string& stage, const Options& options = {});
+
+// "#version 450", then one declaration per entry of `declarations` and main's body.
+std::string glsl(const std::vector<std::string>& declarations, const std::string& body);
 
 // The id an OpName gives to name; 0 when there is none.
 uint32_t variable_id(const std::vector<uint32_t>& module, const std::string& name);

@@ -9,34 +9,26 @@ using namespace model_test;
 
 namespace {
 
-const char* const UNIFORM_ONLY_WORK =
-    "#version 450\n"
-    "layout(set = 0, binding = 0) uniform U { vec4 k; vec4 m; float x; } u;\n"
-    "layout(location = 0) in vec4 a;\n"
-    "layout(location = 0) out vec4 o;\n"
-    "void main() { o = a * (u.k * u.m + sin(u.x)); }\n";
+const std::string IN_A = "layout(location = 0) in vec4 a;", OUT_O = "layout(location = 0) out vec4 o;";
+const std::string UNIFORM_ONLY_WORK =
+    glsl({"layout(set = 0, binding = 0) uniform U { vec4 k; vec4 m; float x; } u;", IN_A, OUT_O},
+         "o = a * (u.k * u.m + sin(u.x));");
 
-const char* const VERTEX_SHADER =
-    "#version 450\n"
-    "layout(set = 0, binding = 0) uniform U { mat4 mvp; } u;\n"
-    "layout(location = 0) in vec4 a_position;\n"
-    "layout(location = 1) in vec2 a_uv;\n"
-    "layout(location = 2) in vec3 a_normal;\n"
-    "layout(location = 0) out vec2 v_uv;\n"
-    "layout(location = 1) out vec3 v_normal;\n"
-    "void main() { gl_Position = u.mvp * a_position; v_uv = a_uv; v_normal = a_normal * 2.0; }\n";
+const std::string VERTEX_SHADER =
+    glsl({"layout(set = 0, binding = 0) uniform U { mat4 mvp; } u;", "layout(location = 0) in vec4 a_position;",
+          "layout(location = 1) in vec2 a_uv;", "layout(location = 2) in vec3 a_normal;",
+          "layout(location = 0) out vec2 v_uv;", "layout(location = 1) out vec3 v_normal;"},
+         "gl_Position = u.mvp * a_position; v_uv = a_uv; v_normal = a_normal * 2.0;");
 
 }  // namespace
 
 TEST(VariantModel, UniformOnlyWorkMovesToAPilotWhenAsked) {
-    Options pilot;
-    pilot.pilot = true;
+    const Options pilot{"Koro-N68", true};
     const auto split = analyse(UNIFORM_ONLY_WORK, "fragment", pilot);
     ASSERT_EQ(split.variants.size(), 2u);
     const Statistics* main = find_variant(split, "0");
     const Statistics* pilot_variant = find_pilot(split);
-    ASSERT_NE(main, nullptr);
-    ASSERT_NE(pilot_variant, nullptr);
+    ASSERT_TRUE(main && pilot_variant);
     // Main: one vec4 multiply. Pilot: the vec4 multiply-add and a sine.
     EXPECT_EQ(figures(*main), (Figures{1, 0, 0, 0, 4, 0}));
     EXPECT_EQ(figures(*pilot_variant), (Figures{1.25, 0, 0.25, 0, 0, 0}));
@@ -47,31 +39,19 @@ TEST(VariantModel, UniformOnlyWorkMovesToAPilotWhenAsked) {
     EXPECT_EQ(figures(whole.variants[0]), (Figures{2.25, 0, 0.25, 0, 4, 0}));
     EXPECT_EQ(value(whole.variants[0], "uniform_registers_used"), "9");  // k, m and x read in place
 
-    Options tarsel = pilot;
-    tarsel.core = "Koro-L380";
-    EXPECT_EQ(find_pilot(analyse(UNIFORM_ONLY_WORK, "fragment", tarsel)), nullptr);
-
+    EXPECT_EQ(find_pilot(analyse(UNIFORM_ONLY_WORK, "fragment", Options{"Koro-L380", true})), nullptr);
     // Uniforms read without arithmetic on them give the pilot nothing to do.
-    const auto nothing_to_do = analyse(
-        "#version 450\n"
-        "layout(set = 0, binding = 0) uniform U { vec4 k; } u;\n"
-        "layout(location = 0) in vec4 a;\n"
-        "layout(location = 0) out vec4 o;\n"
-        "void main() { o = a * u.k; }\n",
-        "fragment", pilot);
-    EXPECT_EQ(find_pilot(nothing_to_do), nullptr);
+    const std::string nothing_to_do =
+        glsl({"layout(set = 0, binding = 0) uniform U { vec4 k; } u;", IN_A, OUT_O}, "o = a * u.k;");
+    EXPECT_EQ(find_pilot(analyse(nothing_to_do, "fragment", pilot)), nullptr);
 }
 
 TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
-    Options idvs;
-    idvs.pilot = true;
-    idvs.idvs = true;
-    const auto split = analyse(VERTEX_SHADER, "vertex", idvs);
+    const auto split = analyse(VERTEX_SHADER, "vertex", Options{"Koro-N68", true, true});
     ASSERT_EQ(split.variants.size(), 2u);
     const Statistics* position = find_variant(split, "256");
     const Statistics* varying = find_variant(split, "1");
-    ASSERT_NE(position, nullptr);
-    ASSERT_NE(varying, nullptr);
+    ASSERT_TRUE(position && varying);
     // Vulkan symbols name the variable's id: in_ID_name.
     const std::vector<uint32_t> module = compile(VERTEX_SHADER, "vertex");
     auto symbol = [&module](const std::string& name, int location) {
@@ -85,16 +65,6 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
     EXPECT_EQ(figures(*varying), (Figures{0.75, 0, 0, 4, 0, 0}));
     EXPECT_EQ(value(*varying, "varying_attribute_symbols"), symbol("a_uv", 1) + "," + symbol("a_normal", 2));
 
-    reference::AnalysisRequest open_gl;
-    open_gl.module = compile(VERTEX_SHADER, "vertex");
-    open_gl.entry_point = "main";
-    open_gl.stage = reference::Stage::Vertex;
-    open_gl.core = "Koro-N68";
-    open_gl.request_idvs = true;
-    const auto plain_names = reference::analyse_module(open_gl);
-    ASSERT_NE(find_variant(plain_names, "256"), nullptr);
-    EXPECT_EQ(value(*find_variant(plain_names, "256"), "position_attribute_symbols"), "a_position:0");
-
     const auto whole = analyse(VERTEX_SHADER, "vertex");
     ASSERT_EQ(whole.variants.size(), 1u);
     EXPECT_EQ(value(whole.variants[0], "variant"), "0");
@@ -103,70 +73,53 @@ TEST(VariantModel, VertexShaderSplitsIntoPositionAndVaryingVariants) {
 }
 
 TEST(VariantModel, MediumPrecisionArithmeticPacksTwoPerLane) {
-    const std::string body =
-        "layout(location = 0) out vec4 o;\n"
-        "void main() { o = a * a + vec4(b * b, 1.0); }\n";
-    const auto half = analyse(
-        "#version 450\nlayout(location = 0) in mediump vec4 a;\n"
-        "layout(location = 1) in mediump vec3 b;\n" +
-            body,
-        "fragment");
-    const auto full = analyse(
-        "#version 450\nlayout(location = 0) in vec4 a;\n"
-        "layout(location = 1) in vec3 b;\n" +
-            body,
-        "fragment");
-    ASSERT_EQ(half.variants.size(), 1u);
-    ASSERT_EQ(full.variants.size(), 1u);
+    auto shader = [](const std::string& precision, const char* core) {
+        const auto result = analyse(glsl({"layout(location = 0) in " + precision + " vec4 a;",
+                                          "layout(location = 1) in " + precision + " vec3 b;", OUT_O},
+                                         "o = a * a + vec4(b * b, 1.0);"),
+                                    "fragment", Options{core});
+        EXPECT_EQ(result.variants.size(), 1u);
+        return result.variants.at(0);
+    };
     // vec4 multiply-add and vec3 multiply: 7 lanes at 32 bits, 2 + 2 at 16
     // bits with one half of the vec3's second lane idle.
-    EXPECT_EQ(figures(full.variants[0]), (Figures{1.75, 0, 0, 0, 7, 0}));
-    EXPECT_EQ(value(full.variants[0], "part_float16"), "0");
-    EXPECT_EQ(figures(half.variants[0]), (Figures{1, 0, 0, 0, 4, 0}));
-    EXPECT_EQ(value(half.variants[0], "part_float16"), "1");
-    EXPECT_EQ(value(half.variants[0], "part_v2float16_underused"), "0.25");
+    const Statistics full = shader("highp", "Koro-N68"), half = shader("mediump", "Koro-N68");
+    EXPECT_EQ(figures(full), (Figures{1.75, 0, 0, 0, 7, 0}));
+    EXPECT_EQ(value(full, "part_float16"), "0");
+    EXPECT_EQ(figures(half), (Figures{1, 0, 0, 0, 4, 0}));
+    EXPECT_EQ(value(half, "part_float16"), "1");
+    EXPECT_EQ(value(half, "part_v2float16_underused"), "0.25");
 
-    Options ostrem;
-    ostrem.core = "Koro-N11";
-    const auto older = analyse(
-        "#version 450\nlayout(location = 0) in mediump vec4 a;\n"
-        "layout(location = 1) in mediump vec3 b;\n" +
-            body,
-        "fragment", ostrem);
-    ASSERT_EQ(older.variants.size(), 1u);
-    EXPECT_EQ(value(older.variants[0], "part_float16"), "1");
-    EXPECT_EQ(value(older.variants[0], "part_v2float16_underused"), "<missing>");
+    const Statistics older = shader("mediump", "Koro-N11");
+    EXPECT_EQ(value(older, "part_float16"), "1");
+    EXPECT_EQ(value(older, "part_v2float16_underused"), "<missing>");
 }
 
 TEST(VariantModel, ShaderFlagsFollowWhatTheProgramDoes) {
+    const std::string compute = "layout(local_size_x = 8) in;";
     const struct {
         const char* stage;
-        const char* source;
+        std::string source;
         std::vector<std::string> flags;
     } cases[] = {
+        {"fragment", glsl({"layout(early_fragment_tests) in;", IN_A, OUT_O}, "o = a;"), {"HAS_EARLY_FRAGMENT_TESTS"}},
         {"fragment",
-         "#version 450\nlayout(early_fragment_tests) in;\nlayout(location = 0) in vec4 a;\n"
-         "layout(location = 0) out vec4 o;\nvoid main() { o = a; }\n",
-         {"HAS_EARLY_FRAGMENT_TESTS"}},
-        {"fragment",
-         "#version 450\nlayout(location = 0) in vec4 a;\nlayout(location = 0) out vec4 o;\n"
-         "void main() { o = a; gl_FragDepth = a.x; gl_SampleMask[0] = 1; }\n",
+         glsl({IN_A, OUT_O}, "o = a; gl_FragDepth = a.x; gl_SampleMask[0] = 1;"),
          {"DEPTH_BUFFER_WRITTEN", "MODIFIES_COVERAGE"}},
         {"fragment",
-         "#version 450\nlayout(input_attachment_index = 0, set = 0, binding = 0) uniform subpassInput c;\n"
-         "layout(location = 0) out vec4 o;\nvoid main() { o = subpassLoad(c) * 0.5; }\n",
+         glsl({"layout(input_attachment_index = 0, set = 0, binding = 0) uniform subpassInput c;", OUT_O},
+              "o = subpassLoad(c) * 0.5;"),
          {"COLOR_BUFFER_READ"}},
         {"fragment",
-         "#version 450\nlayout(set = 0, binding = 0) buffer B { vec4 v; } b;\nlayout(location = 0) in vec4 a;\n"
-         "void main() { b.v = a; }\n",
+         glsl({"layout(set = 0, binding = 0) buffer B { vec4 v; } b;", IN_A}, "b.v = a;"),
          {"HAS_SIDE_EFFECTS"}},
         {"compute",
-         "#version 450\nlayout(local_size_x = 8) in;\nlayout(set = 0, binding = 0) buffer B { uint n; } b;\n"
-         "shared uint s[8];\nvoid main() { s[gl_LocalInvocationIndex] = 1u; atomicAdd(b.n, s[0]); }\n",
+         glsl({compute, "layout(set = 0, binding = 0) buffer B { uint n; } b;", "shared uint s[8];"},
+              "s[gl_LocalInvocationIndex] = 1u; atomicAdd(b.n, s[0]);"),
          {"HAS_SIDE_EFFECTS"}},
         {"compute",
-         "#version 450\nlayout(local_size_x = 8) in;\nlayout(set = 0, binding = 0) readonly buffer B { uint n[]; } b;\n"
-         "shared uint s[8];\nvoid main() { s[gl_LocalInvocationIndex] = b.n[gl_LocalInvocationIndex]; }\n",
+         glsl({compute, "layout(set = 0, binding = 0) readonly buffer B { uint n[]; } b;", "shared uint s[8];"},
+              "s[gl_LocalInvocationIndex] = b.n[gl_LocalInvocationIndex];"),
          {}},
     };
     for (const auto& c : cases) {

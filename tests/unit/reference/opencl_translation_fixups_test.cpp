@@ -14,19 +14,14 @@ using reference::undefined_function_names;
 
 namespace {
 
-using Words = std::vector<uint32_t>;
+using spirv_test::literal;
+using spirv_test::operands;
+using spirv_test::Words;
 
-// A hand-assembled module: the header, then instructions appended in order.
+// A SPIR-V 1.0 module, hand-assembled.
 struct ModuleBuilder : spirv_test::SpirvBuilder {
     ModuleBuilder() : SpirvBuilder(0x00010000) {}
 };
-
-Words name_words(const std::string& name) { return spirv_test::literal(name); }
-
-Words operands(Words head, const Words& tail) {
-    head.insert(head.end(), tail.begin(), tail.end());
-    return head;
-}
 
 Words labels_in_order(const Words& module) {
     Words labels;
@@ -94,18 +89,18 @@ TEST(OpenCLTranslationFixups, MalformedModulesAreRejected) {
 }
 
 TEST(OpenCLTranslationFixups, EntryPointsListEveryInputVariable) {
+    const uint32_t kernel = spv::ExecutionModelKernel, input = spv::StorageClassInput, own = spv::StorageClassPrivate;
     ModuleBuilder m;
-    m.op(spv::OpEntryPoint, operands({6, 10}, name_words("first")));
-    m.op(spv::OpEntryPoint, operands(operands({6, 11}, name_words("abc")), {8}));
-    m.op(spv::OpTypeInt, {3, 32, 0}).op(spv::OpTypePointer, {4, 1, 3}).op(spv::OpTypePointer, {5, 5, 3});
-    m.op(spv::OpVariable, {4, 7, 1}).op(spv::OpVariable, {4, 8, 1}).op(spv::OpVariable, {5, 9, 5});
+    m.entry_point(kernel, 10, "first").op(spv::OpEntryPoint, operands({{kernel, 11}, literal("abc"), {8}}));
+    m.type_int(3, 32, false).op(spv::OpTypePointer, {4, input, 3}).op(spv::OpTypePointer, {5, own, 3});
+    m.op(spv::OpVariable, {4, 7, input}).op(spv::OpVariable, {4, 8, input}).op(spv::OpVariable, {5, 9, own});
     Words module = m.words;
     complete_entry_point_interfaces(module);
 
-    // Both Input variables, once each; the Private one (class 5) is not interface before 1.4.
+    // Both Input variables, once each; the Private one is not interface before 1.4.
     Words expected = ModuleBuilder()
-                         .op(spv::OpEntryPoint, operands(operands({6, 10}, name_words("first")), {7, 8}))
-                         .op(spv::OpEntryPoint, operands(operands({6, 11}, name_words("abc")), {8, 7}))
+                         .op(spv::OpEntryPoint, operands({{kernel, 10}, literal("first"), {7, 8}}))
+                         .op(spv::OpEntryPoint, operands({{kernel, 11}, literal("abc"), {8, 7}}))
                          .words;
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), module.begin()));
 
@@ -120,8 +115,8 @@ TEST(OpenCLTranslationFixups, EntryPointsListEveryInputVariable) {
 TEST(OpenCLTranslationFixups, FunctionsWithoutBodyAreUndefined) {
     // 10 has a body; 11 is imported under its linkage name; 12 has only a debug name.
     ModuleBuilder m;
-    m.op(spv::OpName, operands({11}, name_words("op_debug"))).op(spv::OpName, operands({12}, name_words("helper")));
-    m.op(spv::OpDecorate, operands({11, 41}, operands(name_words("op"), {1})));
+    m.op(spv::OpName, operands({{11}, literal("op_debug")})).op(spv::OpName, operands({{12}, literal("helper")}));
+    m.decorate(11, spv::DecorationLinkageAttributes, operands({literal("op"), {spv::LinkageTypeImport}}));
     m.op(spv::OpTypeVoid, {1}).op(spv::OpTypeFunction, {2, 1});
     m.op(spv::OpFunction, {1, 11, 0, 2}).op(spv::OpFunctionEnd);
     m.op(spv::OpFunction, {1, 10, 0, 2}).op(spv::OpLabel, {20}).op(spv::OpReturn).op(spv::OpFunctionEnd);

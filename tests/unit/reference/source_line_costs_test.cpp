@@ -1,9 +1,6 @@
-// Figures per source line: they add up to each variant's totals on every
-// architecture and for every front end, and they land on the lines that do
-// the work.
+// Figures per source line, from the back-end itself.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -51,26 +48,15 @@ std::map<std::string, std::string> by_line(const std::string& list) {
     return entries;
 }
 
-// The variant's total per pipe, in the order its line figures use.
-Figures totals(const Statistics& variant) {
-    if (!stat(variant, "cycles").empty()) return numbers(stat(variant, "cycles"));
-    Figures tarsel;
-    for (const char* pipe : {"arithmetic_cycles", "load_store_cycles", "texture_cycles"}) {
-        const std::string value = stat(variant, pipe);
-        tarsel.push_back(value.empty() ? 0.0 : std::stod(value));
-    }
-    return tarsel;
-}
-
-CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool opencl = false,
-                       bool source_costs = true) {
-    CompileOptions options;
-    options.compiler_type = opencl ? "opencl" : "openglessl";
+// A compile as the plug-in makes it; `options` brings what else it needs.
+CompileResult annotate(const std::string& core, const std::string& source, Stage stage, bool source_costs = true,
+                       CompileOptions options = {}) {
+    options.compiler_type = stage == Stage::Kernel ? "opencl" : "openglessl";
     options.stage = stage;
     options.request_source_costs = source_costs;
     options.request_idvs = stage == Stage::Vertex;
     options.request_pilot = false;
-    return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.c_str());
+    return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.data());
 }
 
 // The line whose figure on pipe p is highest, with that figure; the
@@ -88,7 +74,10 @@ std::pair<std::string, double> dearest(const Statistics& variant, size_t pipe) {
 
 }  // namespace
 
-TEST(SourceLineCosts, AddUpToTheTotalsOfEveryExampleOnEveryArchitecture) {
+// That the lines add up to the totals, and which lines come first, is
+// checked through the program (e2e Annotate); these are the rules it does not
+// reach: asking for lines changes no figure, and what each line carries.
+TEST(SourceLineCosts, AskingForThemChangesNoFigure) {
     const std::pair<const char*, Stage> examples[] = {
         {"alpha_test.frag", Stage::Fragment}, {"lighting.frag", Stage::Fragment}, {"raymarch.frag", Stage::Fragment},
         {"blur.comp", Stage::Compute},        {"skinning.vert", Stage::Vertex},   {"saxpy.cl", Stage::Kernel}};
@@ -97,108 +86,63 @@ TEST(SourceLineCosts, AddUpToTheTotalsOfEveryExampleOnEveryArchitecture) {
         const std::string source((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         for (const char* core : CORES) {
             SCOPED_TRACE(std::string(file) + " on " + core);
-            const CompileResult result = annotate(core, source, stage, stage == Stage::Kernel);
+            const CompileResult result = annotate(core, source, stage);
+            const CompileResult plain = annotate(core, source, stage, false);
             ASSERT_TRUE(result.errors.empty()) << result.errors.front();
-            // Keeping source positions changes no figure.
-            const CompileResult plain = annotate(core, source, stage, stage == Stage::Kernel, false);
             ASSERT_EQ(plain.variants.size(), result.variants.size());
             for (size_t v = 0; v < plain.variants.size(); ++v) {
                 for (const auto& [key, value] : plain.variants[v])
                     EXPECT_EQ(stat(result.variants[v], key), value) << key;
-            }
-            for (const Statistics& variant : result.variants) {
-                const Figures total = totals(variant);
-                Figures sum(total.size(), 0.0);
-                for (const auto& [place, figures] : by_line(stat(variant, "source_line_costs"))) {
-                    const Figures line = numbers(figures);
-                    ASSERT_EQ(line.size(), total.size()) << place;
-                    for (size_t p = 0; p < sum.size(); ++p) sum[p] += line[p];
-                }
-                for (size_t p = 0; p < sum.size(); ++p) EXPECT_NEAR(sum[p], total[p], 1e-6 * (1 + total[p])) << p;
-                EXPECT_FALSE(by_line(stat(variant, "source_line_registers")).empty());
-                EXPECT_EQ(split(stat(variant, "source_file_names"), '|').size(), 1u);
+                EXPECT_FALSE(by_line(stat(result.variants[v], "source_line_registers")).empty());
+                EXPECT_EQ(split(stat(result.variants[v], "source_file_names"), '|').size(), 1u);
             }
         }
     }
 }
 
-TEST(SourceLineCosts, FallOnTheLinesThatDoTheWork) {
+TEST(SourceLineCosts, EachPipeLoopsStackAndKernelLinesFallWhereTheWorkIs) {
     const std::string fragment =
-        "#version 310 es\n"                                                   // 1
-        "precision highp float;\n"                                            // 2
-        "uniform sampler2D u_image;\n"                                        // 3
-        "in vec2 v_uv;\n"                                                     // 4
-        "out vec4 color;\n"                                                   // 5
-        "void main() {\n"                                                     // 6
-        "    vec4 sum = vec4(0.0);\n"                                         // 7
-        "    for (int i = 0; i < 64; ++i) {\n"                                // 8
-        "        sum += texture(u_image, v_uv + vec2(float(i) * 0.01));\n"    // 9
-        "    }\n"                                                             // 10
-        "    float glow = pow(exp(sin(v_uv.x) * 3.0), log(v_uv.y + 2.0));\n"  // 11
-        "    color = sum * glow;\n"                                           // 12
-        "}\n";
+        "#version 310 es\nprecision highp float;\nuniform sampler2D u_image;\nin vec2 v_uv;\nout vec4 color;\n"
+        "void main() {\n    vec4 sum = vec4(0.0);\n    for (int i = 0; i < 64; ++i) {\n"
+        "        sum += texture(u_image, v_uv + vec2(float(i) * 0.01));\n"           // 9
+        "    }\n    float glow = pow(exp(sin(v_uv.x) * 3.0), log(v_uv.y + 2.0));\n"  // 11
+        "    color = sum * glow;\n}\n";
     for (const char* core : CORES) {
         SCOPED_TRACE(core);
         const CompileResult result = annotate(core, fragment, Stage::Fragment);
         ASSERT_TRUE(result.errors.empty()) << result.errors.front();
         const Statistics& main = result.variants.at(0);
-        const size_t texture = totals(main).size() - 1;
+        const size_t texture = numbers(by_line(stat(main, "source_line_costs")).begin()->second).size() - 1;
         EXPECT_EQ(dearest(main, texture).first, "0:9");
         EXPECT_EQ(dearest(main, 0).first, "0:11");
         EXPECT_EQ(by_line(stat(main, "source_line_loops"))["0:9"], "64");
         EXPECT_EQ(by_line(stat(main, "source_line_loops")).count("0:11"), 0u);
     }
 
-    const std::string vertex =
-        "#version 300 es\n"
-        "uniform mat4 u_mvp;\n"
-        "in vec4 a_position;\n"
-        "in vec3 a_normal;\n"
-        "out vec3 v_normal;\n"
-        "void main() {\n"
-        "    gl_Position = u_mvp * a_position;\n"  // 7
-        "    v_normal = a_normal * 0.5;\n"
-        "}\n";
-    for (const char* core : {"Koro-N22", "Koro-N68", "Koro-N1-Ultra"}) {
-        const CompileResult result = annotate(core, vertex, Stage::Vertex);
-        ASSERT_TRUE(result.errors.empty()) << result.errors.front();
-        const Statistics& position = result.variants.at(0);
-        ASSERT_EQ(stat(position, "variant"), "256");
-        EXPECT_EQ(dearest(position, 0).first, "0:7") << core;
-    }
-}
-
-TEST(SourceLineCosts, StackArraysAndOpenClLinesHaveTheirPlace) {
     const CompileResult stack = annotate("Koro-N68",
                                          "#version 310 es\nprecision highp float;\nuniform int u_index;\n"
-                                         "in float v;\nout vec4 color;\nvoid main() {\n"
-                                         "    float table[8];\n"
+                                         "in float v;\nout vec4 color;\nvoid main() {\n    float table[8];\n"
                                          "    for (int i = 0; i < 8; ++i) table[i] = v * float(i);\n"
                                          "    color = vec4(table[u_index]);\n}\n",
                                          Stage::Fragment);
     ASSERT_TRUE(stack.errors.empty()) << stack.errors.front();
-    const auto lines = by_line(stat(stack.variants.at(0), "source_line_stack"));
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines.begin()->second, "32");
+    const auto stack_lines = by_line(stat(stack.variants.at(0), "source_line_stack"));
+    ASSERT_EQ(stack_lines.size(), 1u);
+    EXPECT_EQ(stack_lines.begin()->second, "32");
 
     const CompileResult kernel = annotate("Koro-N68",
                                           "kernel void scale(global float* data, float k) {\n"
-                                          "    size_t i = get_global_id(0);\n"
-                                          "    data[i] = sqrt(data[i]) * k;\n"
-                                          "}\n",
-                                          Stage::Kernel, true);
+                                          "    size_t i = get_global_id(0);\n    data[i] = sqrt(data[i]) * k;\n}\n",
+                                          Stage::Kernel);
     ASSERT_TRUE(kernel.errors.empty()) << kernel.errors.front();
     EXPECT_EQ(dearest(kernel.variants.at(0), 0).first, "0:3");
 }
 
 TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
     TemporaryDirectory directory("lines-test");
-    std::ofstream(directory.file("shade.frag")) << "#version 450\n"
-                                                   "layout(location = 0) in vec4 v;\n"
-                                                   "layout(location = 0) out vec4 c;\n"
-                                                   "void main() {\n"
-                                                   "    c = sqrt(v) * 2.0;\n"
-                                                   "}\n";
+    std::ofstream(directory.file("shade.frag"))
+        << "#version 450\nlayout(location = 0) in vec4 v;\nlayout(location = 0) out vec4 c;\nvoid main() {\n"
+           "    c = sqrt(v) * 2.0;\n}\n";
     // Plain OpLine, non-semantic DebugLine, and no line information at all.
     for (const char* debug : {"-g", "-gVS", "-g0"}) {
         SCOPED_TRACE(debug);
@@ -208,17 +152,12 @@ TEST(SourceLineCosts, SpirvModulesBringTheirOwnLines) {
         ASSERT_TRUE(run.succeeded());
         std::ifstream in(directory.file("shade.spv"), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        CompileOptions options;
-        options.compiler_type = "openglessl";
-        options.stage = Stage::Fragment;
-        options.spirv = true;
-        options.spirv_length = bytes.size();
-        options.request_source_costs = true;
-        const CompileResult result =
-            compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, bytes.data());
+        CompileOptions spirv;
+        spirv.spirv = true;
+        spirv.spirv_length = bytes.size();
+        const CompileResult result = annotate("Koro-N68", bytes, Stage::Fragment, true, spirv);
         ASSERT_TRUE(result.errors.empty()) << result.errors.front();
-        const Statistics& main = result.variants.at(0);
-        EXPECT_EQ(dearest(main, 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
+        EXPECT_EQ(dearest(result.variants.at(0), 0).first, std::string(debug) == "-g0" ? "0:0" : "0:5");
     }
 }
 
@@ -228,13 +167,9 @@ TEST(SourceLineCosts, IncludedLinesKeepTheirFileAndMessagesTheirForm) {
     const std::string main_source =
         "#version 310 es\n#extension GL_GOOGLE_include_directive : require\nprecision highp float;\n"
         "#include \"light.glsl\"\nin vec2 v;\nout vec4 c;\nvoid main() {\n    c = shade(v) * 2.0;\n}\n";
-    CompileOptions options;
-    options.compiler_type = "openglessl";
-    options.stage = Stage::Fragment;
-    options.request_source_costs = true;
-    options.include_paths = {directory.path()};
-    const CompileResult result =
-        compile_program("openglessl", *find_core("Koro-N68", "r0p0"), options, main_source.c_str());
+    CompileOptions includes;
+    includes.include_paths = {directory.path()};
+    const CompileResult result = annotate("Koro-N68", main_source, Stage::Fragment, true, includes);
     ASSERT_TRUE(result.errors.empty()) << result.errors.front();
     const Statistics& main = result.variants.at(0);
     const std::vector<std::string> files = split(stat(main, "source_file_names"), '|');
@@ -245,5 +180,5 @@ TEST(SourceLineCosts, IncludedLinesKeepTheirFileAndMessagesTheirForm) {
 
     const std::string broken = "#version 310 es\nprecision highp float;\nout vec4 c;\nvoid main() { c = x; }\n";
     EXPECT_EQ(annotate("Koro-N68", broken, Stage::Fragment).errors,
-              annotate("Koro-N68", broken, Stage::Fragment, false, false).errors);
+              annotate("Koro-N68", broken, Stage::Fragment, false).errors);
 }

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "common/text.h"
 #include "report/compile_report.h"
 #include "report/json_report.h"
 #include "unit/output/backend_record.h"
@@ -13,18 +14,10 @@ using nlohmann::json;
 
 namespace {
 
-const Texts STATISTICS = {"work_registers_used",
-                          "16",
-                          "pipe_names",
-                          "A1/A2/A3/LS/T",
-                          "cycles",
-                          "8/8/8/1/4",
-                          "shortest",
-                          "8/8/8/1/4",
-                          "longest",
-                          "8/8/8/1/4",
-                          "position_attribute_symbols",
-                          "pos:0"};
+const Texts STATISTICS = split(
+    "work_registers_used 16 pipe_names A1/A2/A3/LS/T cycles 8/8/8/1/4 shortest 8/8/8/1/4 longest 8/8/8/1/4 "
+    "position_attribute_symbols pos:0",
+    ' ');
 
 json shader_json(const CompileOutput& output, const std::string& filename = "shader.vert") {
     std::ostringstream out;

@@ -31,8 +31,6 @@ const Target KERNEL{ArchitectureType::Pelion, "Koro-N68", CompilerType::OpenCL, 
 TEST(TextReport, ErrorContextWindow) {
     const std::vector<std::string> lines = {"one", "two", "three", ""};
     const std::pair<std::string, std::string> cases[] = {
-        {"0:1: bad", "  >> one\n     two\n\n"},
-        {"0:2: bad", "     one\n  >> two\n     three\n\n"},
         {"0:3: bad", "     two\n  >> three\n     \n"},  // the last line shown is empty
         {"0:4: bad", "     three\n  >> \n"},
         {"0: 2 : text", "     one\n  >> two\n     three\n\n"},

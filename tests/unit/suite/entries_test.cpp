@@ -22,7 +22,6 @@ TEST(SuiteEntries, KernelsAreFoundByReadingTheSource) {
 TEST(SuiteEntries, ListLinesSplitLikeAShellAndKeepTheirRules) {
     EXPECT_EQ(split_list_line("--vulkan -D 'A=a b' \"dir/x y.frag\" c\\ d.frag"),
               (Texts{"--vulkan", "-D", "A=a b", "dir/x y.frag", "c d.frag"}));
-    EXPECT_THROW(split_list_line("-D 'open"), std::invalid_argument);
     for (const Texts& refused : {Texts{"-c", "Koro-N68", "a.frag"}, Texts{"--format", "text", "a.frag"},
                                  Texts{"a.frag", "-o", "x"}, Texts{"-fi"}, Texts{"--list"}})
         EXPECT_NE(list_line_refusal(refused), "") << refused[0];
@@ -37,7 +36,6 @@ TEST(SuiteSarif, MessagesPointBackIntoTheInputThatHoldsTheLine) {
     const std::vector<unsigned> lines = {4, 10};
     const std::pair<std::string, SourceLocation> glsl[] = {
         {"0:3: 'x' : undeclared", {"a.frag", 3}},
-        {"0:6: 'x' : undeclared", {"b.frag", 2}},
         {"inc/light.glsl:7: X0000: 'x'", {"inc/light.glsl", 7}},
         {"X0000: Missing entry point", {"a.frag", 0}},
     };
