@@ -149,24 +149,6 @@ TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     EXPECT_EQ(json_of(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
 }
 
-TEST(BackendCatalogue, VersionListsInMetadata) {
-    for (const auto& [listed, expected] :
-         {std::pair{"120 200", "200"}, {"1.2,3.0", "300"}, {"110, 120", "120"}, {"3.x", ""}}) {
-        ScriptedShadex shadex;
-        shadex.add("opencl", LIBRARY,
-                   "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                   "meta opencl_version | " +
-                       std::string(listed) + "\ncore Koro-N68 | r0p0\n");
-        RunResult result = shadex.run({"--info", "-c", "Koro-N68"});
-        if (*expected)
-            EXPECT_TRUE(contains(result.out, std::string("OpenCL: Version ") + expected + "\n"));
-        else
-            expect_run_error(result,
-                             "Compiler load error : malformed version list opencl_version = "
-                             "\"3.x\"");
-    }
-}
-
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     ScriptedShadex shadex;
     const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";
