@@ -84,19 +84,26 @@ protected:
     }
 };
 
+// The module reaches the back-end as SPIR-V; another entry point is renamed
+// to main, which needs relaxed checks and says so.
 TEST_F(VulkanGlsl, SourceReachesTheBackendAsSpirv) {
     files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
     RunResult result = run({"--vulkan", "-f", "shader.frag"});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
-    EXPECT_NE(result.out.find("Shader type: Vulkan Fragment\n"), std::string::npos) << result.out;
-    EXPECT_EQ(result.out.find("X0003"), std::string::npos);
+    EXPECT_TRUE(contains(result.out, "Shader type: Vulkan Fragment\n")) << result.out;
+    EXPECT_FALSE(contains(result.out, "X0003"));
 
-    std::vector<std::string> calls = compile_calls();
-    ASSERT_EQ(calls.size(), 1u);
-    for (const char* piece : {"\tcore=Koro-N68\t", "\tshader_type=fragment\t", "\tspirv=true\t",
-                              "\tspirv_entrypoint_name=main\t", "\tsource=\\x03\\x02#\\x07"})
-        EXPECT_NE(calls[0].find(piece), std::string::npos) << piece << "\n" << calls[0];
+    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
+    result = run({"--vulkan", "-f", "shade.frag", "-n", "shade"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(contains(result.out, RELAXED_WARNING + "\n")) << result.out;
+    const std::vector<std::string> calls = compile_calls();
+    ASSERT_EQ(calls.size(), 2u);
+    for (const std::string& call : calls)
+        for (const char* piece : {"\tcore=Koro-N68\t", "\tshader_type=fragment\t", "\tspirv=true\t",
+                                  "\tspirv_entrypoint_name=main\t", "\tsource=\\x03\\x02#\\x07"})
+            EXPECT_TRUE(contains(call, piece)) << piece << "\n" << call;
 }
 
 TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
@@ -114,25 +121,11 @@ TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
     EXPECT_TRUE(compile_calls().empty());
 }
 
-TEST_F(VulkanGlsl, OtherEntryPointNeedsRelaxedChecks) {
-    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
-    RunResult result = run({"--vulkan", "-f", "shade.frag", "-n", "shade"});
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_NE(result.out.find(RELAXED_WARNING + "\n"), std::string::npos) << result.out;
-    std::vector<std::string> calls = compile_calls();
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_NE(calls[0].find("\tspirv_entrypoint_name=main\t"), std::string::npos) << calls[0];
-}
-
 TEST_F(VulkanGlsl, UntrustedValidatorIsRefused) {
     std::string banner = lines_starting(run_program(PACKAGED_VALIDATOR, {"-v"}).out, "").front();
     files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
-    const std::optional<std::string> validators[] = {
-        std::nullopt,                           // not there at all
-        "echo 'Glslang Version: 11:14.0.0'\n",  // another release
-        "echo ' " + banner + "'\n",             // banner not at the start
-        "echo '" + banner + "'\nexit 1\n",      // right banner, failing
-    };
+    // Which banners are trusted is GlslangProcessTest's; here, how a refusal ends the run.
+    const std::optional<std::string> validators[] = {std::nullopt, "echo ' " + banner + "'\n"};
     for (const auto& script : validators) {
         replace_validator(script);
         RunResult result = run({"--vulkan", "-f", "shader.frag"});
