@@ -18,10 +18,7 @@ const std::string EXAMPLES = SHADEX_SOURCE_DIR "/examples/";
 json annotated(const std::vector<std::string>& args) {
     std::vector<std::string> all = {"--annotate", "--format", "json"};
     all.insert(all.end(), args.begin(), args.end());
-    const RunResult result = run_shadex(all);
-    EXPECT_EQ(result.status, 0) << result.out << result.err;
-    const json report = json::parse(result.out, nullptr, false);
-    return report.is_discarded() ? json() : report["shaders"][0];
+    return json_output(run_shadex(all))["shaders"][0];
 }
 
 }  // namespace

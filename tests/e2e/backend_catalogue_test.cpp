@@ -21,11 +21,6 @@ std::vector<std::string> compiles(const std::string& library) {
     return calls_of(read_scripted_log(library), "compile");
 }
 
-json json_of(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    return json::parse(result.out, nullptr, false);
-}
-
 TEST(BackendCatalogue, LibraryLoading) {
     const std::string v3 = "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n";
     const std::string v41 = "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n";
@@ -108,7 +103,7 @@ core_cap Koro N1-Ultra | openglessl_version | 300,320
 core_cap Koro N1-Ultra | openglessl_extensions | GL_EXT_shader_io_blocks
 core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
 )");
-    EXPECT_EQ(json_of(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
+    EXPECT_EQ(json_output(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
         {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro N1"},
         {"apis": ["OpenGL ES"], "core": "Koro-L220"}])"));
     // Denylisted cores are never asked about; Koro-L220 only for OpenGL ES.
@@ -117,7 +112,7 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
                                         "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0",
                                         "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0"}));
 
-    json info = json_of(shadex.run({"--info", "-c", "Koro-N1-Ultra", "--format", "json"}));
+    json info = json_output(shadex.run({"--info", "-c", "Koro-N1-Ultra", "--format", "json"}));
     EXPECT_EQ(info["hardware"]["core"], "Koro N1");
     EXPECT_EQ(info["apis"]["opengles"]["max_version"], 320);
     EXPECT_FLOAT_EQ(info["apis"]["vulkan"]["max_version"].get<float>(), 1.3f);
@@ -146,7 +141,7 @@ TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     EXPECT_EQ(compiles(graphics).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
     EXPECT_EQ(shadex.run({"k.cl", "-n", "k"}).status, 0);
     EXPECT_EQ(compiles(opencl).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
-    EXPECT_EQ(json_of(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
+    EXPECT_EQ(json_output(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
 }
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
@@ -177,7 +172,7 @@ TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
         << probes[0];
     expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}), "Koro-L220 does not support tessellation shaders.");
 
-    json info = json_of(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
+    json info = json_output(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opengles"], json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"], json::parse(R"(["cl_khr_fp16"])"));
     EXPECT_EQ(compiles(graphics).size(), 3u);
@@ -186,7 +181,7 @@ TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     // Version 320 has both stages; only Tarsel OpenCL compilers are probed.
     EXPECT_EQ(shadex.run({"-c", "Koro-N68", "a.geom"}).status, 0);
     EXPECT_EQ(compiles(graphics).size(), 1u);
-    info = json_of(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
+    info = json_output(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"].size(), 2u);
     EXPECT_EQ(compiles(opencl).size(), 0u);
 }

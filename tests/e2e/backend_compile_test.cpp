@@ -91,12 +91,6 @@ std::string logged(const std::string& bytes) {
     return text;
 }
 
-json shader_of(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    json report = json::parse(result.out, nullptr, false);
-    return report.is_discarded() ? json() : report["shaders"][0];
-}
-
 TEST(BackendCompile, OptionsSentForEachApiAndStage) {
     Backends shadex;
     const std::tuple<const char*, uint32_t, std::string> stages[] = {
@@ -217,7 +211,7 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
     edited.entry_point(spv::ExecutionModelFragment, 1, "main");
     const std::string expected = add_specialization_constants(edited, false, 0xFFFFFFF4u).text();
 
-    json shader = shader_of(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}));
+    json shader = json_output(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}))["shaders"][0];
     EXPECT_EQ(shader["warnings"], json::array({"0:1: X0004: SPV_GOOGLE_user_type semantic "
                                                "extension is not supported"}));
     std::vector<std::string> compiles = shadex.compiles();

@@ -197,3 +197,20 @@ void expect_run_error(const RunResult& result, const std::string& message) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
 }
+
+static const std::string& checked_output(const RunResult& result, int status) {
+    EXPECT_EQ(result.status, status) << result.err;
+    EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n') << result.out;
+    return result.out;
+}
+
+nlohmann::json json_output(const RunResult& result, int status) {
+    nlohmann::json document = nlohmann::json::parse(checked_output(result, status), nullptr, false);
+    EXPECT_FALSE(document.is_discarded()) << result.out;
+    return document.is_discarded() ? nlohmann::json() : document;
+}
+
+std::string text_output(const RunResult& result, int status) {
+    EXPECT_EQ(checked_output(result, status).compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
+    return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
+}

@@ -18,9 +18,7 @@ namespace {
 const std::string EXAMPLES = SHADEX_SOURCE_DIR "/examples";
 
 json parse_results(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    json document = json::parse(result.out, nullptr, false);
-    EXPECT_FALSE(document.is_discarded()) << result.out;
+    json document = json_output(result);
     EXPECT_EQ(document["schema"], json({{"name", "suite"}, {"version", 1}}));
     return document;
 }
