@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "e2e/harness.h"
-#include "e2e/scripted_install.h"
+#include "plugin/scripted_files.h"
 
 using nlohmann::json;
 
@@ -127,7 +127,7 @@ TEST(Suite, ListLinesRunFromTheListsDirectoryUnderShadexsRules) {
 
 TEST(Suite, ACrashOrAHangEndsOnlyItsOwnRun) {
     Install install;
-    add_backend(install, "graphics", "libKoro-Nxx_r20p0-01rel0.so",
+    install_scripted_backend(install.dir(), "graphics", "libKoro-Nxx_r20p0-01rel0.so",
                 "meta compiler_type | openglessl\n"
                 "meta flexible_version | 4.0.0\n"
                 "core Koro-N68 | r0p0\n"

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "e2e/harness.h"
-#include "e2e/scripted_install.h"
+#include "plugin/scripted_files.h"
 
 namespace fs = std::filesystem;
 
@@ -46,11 +46,11 @@ protected:
     Install install;
     TempDir files;
     TempDir temp;  // TMP of every run
+    const std::string library = install_scripted_backend(install.dir(), "graphics", LIBRARY, VULKAN_LIBRARY);
 
     std::string validator() const { return install.dir() + "/external/glslang"; }
 
     void SetUp() override {
-        add_backend(install, "graphics", LIBRARY, VULKAN_LIBRARY);
         fs::create_directories(install.dir() + "/external");
         fs::create_symlink(PACKAGED_VALIDATOR, validator());
     }
@@ -76,12 +76,7 @@ protected:
         return install.run(args, options);
     }
 
-    std::vector<std::string> compile_calls() {
-        std::vector<std::string> calls;
-        for (const auto& line : read_log(install, "graphics", LIBRARY))
-            if (line.compare(0, 8, "compile\t") == 0) calls.push_back(line);
-        return calls;
-    }
+    std::vector<std::string> compile_calls() { return calls_of(read_scripted_log(library), "compile"); }
 };
 
 // The module reaches the back-end as SPIR-V; another entry point is renamed
