@@ -1,8 +1,11 @@
 // Costs per source line through the real program and its bundled back-end:
-// after the driver's fix-ups the lines still add up to the totals, for every
-// API on a core of every architecture. Which lines are the costliest is the
-// back-end's own rule, pinned by its unit tests.
+// after the driver's fix-ups the lines still add up to the totals for every
+// API on a core of every architecture, and a vertex shader's position work
+// falls on its transform. Which fragment lines come first is pinned by the
+// back-end's unit tests.
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include <nlohmann/json.hpp>
 
@@ -58,5 +61,33 @@ TEST(Annotate, LinesAddUpToTheTotalsForEveryApi) {
                 EXPECT_TRUE(attributed) << variant["name"];
             }
         }
+    }
+}
+
+// Tarsel has no Position variant; its only variant carries the transform.
+TEST(Annotate, ThePositionTransformIsTheCostliestVertexLine) {
+    TempDir files;
+    const std::string vertex = files.write("mvp.vert",
+                                           "#version 300 es\nuniform mat4 u_mvp;\nin vec4 a_position;\n"
+                                           "in vec3 a_normal;\nout vec3 v_normal;\nvoid main() {\n"
+                                           "    gl_Position = u_mvp * a_position;\n"  // 7
+                                           "    v_normal = a_normal;\n}\n");
+    for (const std::string& core : CORES) {
+        const json shader = annotated({"-c", core, vertex});
+        json variant = shader["variants"][0];
+        for (const json& v : shader["variants"])
+            if (v["name"] == "Position") variant = v;
+        // The first of the costliest lines on the pipe the variant is bound by.
+        const json& pipes = variant["performance"]["pipelines"];
+        const auto pipe = std::find(pipes.begin(), pipes.end(),
+                                    variant["performance"]["total_cycles"]["bound_pipelines"][0]) - pipes.begin();
+        int hottest = 0;
+        double most = -1;
+        for (const json& line : variant["source_lines"]) {
+            const json& cycles = line["cycles"][pipe];
+            if (line["line"].is_number() && cycles.is_number() && cycles.get<double>() > most)
+                std::tie(most, hottest) = std::pair{cycles.get<double>(), line["line"].get<int>()};
+        }
+        EXPECT_EQ(hottest, 7) << core;
     }
 }

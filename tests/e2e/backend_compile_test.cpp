@@ -185,8 +185,10 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
         {{"-v", "two.spv"}, "Specified shader stage does not match SPIR-V binary."},
         {{"-f", "two.spv"}, "Specified shader stage is ambiguous and needs an explicit entrypoint name."},
         {{"-f", "-n", "c", "two.spv"}, "Specified shader entrypoint does not match SPIR-V binary."},
-        // Which overrides a module takes is SpirvSpecConst's rule; here, that a refusal stops the run.
+        // Which overrides a module takes is the input layer's rule, unit-tested; here, that a
+        // refusal stops the run. The driver itself refuses a location that is not a number.
         {{"consts.spv", "-S", "9=true"}, "No boolean specialization constant at location 9"},
+        {{"consts.spv", "-S", "x=1"}, "Specialization constant location x=1 is invalid."},
     };
     for (const auto& [args, message] : cases) {
         expect_usage_error(shadex.run(args), message);
