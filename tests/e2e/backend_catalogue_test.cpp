@@ -4,7 +4,6 @@
 // come back to it exactly once, whatever the run's outcome.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 

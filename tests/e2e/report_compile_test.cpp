@@ -3,7 +3,6 @@
 // exactly, for each architecture generation.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
