@@ -21,23 +21,14 @@ using spirv_test::SpirvBuilder;
 
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
-const std::string GRAPHICS = R"(meta flexible_version | 3.0.0
-meta compiler_type | openglessl
-meta spirv | true
-meta openglessl_version | 300 310 320
-meta variant | per_fragment_shader
-core Koro-N68 | r0p0
-core Koro-L380 | r0p0
-core Koro-L220 | r0p0
-)";
+const std::string GRAPHICS =
+    "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\nmeta spirv | true\n"
+    "meta openglessl_version | 300 310 320\nmeta variant | per_fragment_shader\n"
+    "core Koro-N68 | r0p0\ncore Koro-L380 | r0p0\ncore Koro-L220 | r0p0\n";
 
-const std::string OPENCL = R"(meta flexible_version | 4.1.0
-meta compiler_type | opencl
-core Koro-N68 | r0p0
-core Koro-N22 | r0p0
-core_cap Koro-N68 | opencl_c_version | 1.2 3.0
-core_cap Koro-N22 | opencl_c_version | 120,200
-)";
+const std::string OPENCL =
+    "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\ncore Koro-N68 | r0p0\ncore Koro-N22 | r0p0\n"
+    "core_cap Koro-N68 | opencl_c_version | 1.2 3.0\ncore_cap Koro-N22 | opencl_c_version | 120,200\n";
 
 // A private shadex with a scripted graphics (library 0) and OpenCL (1) back-end.
 class Backends : public ScriptedShadex {

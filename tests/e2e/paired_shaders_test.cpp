@@ -148,70 +148,41 @@ std::string taps(int count) {
                            "; ++i) acc += texture(s, uv + float(i) * 0.01);\ncolor = acc;");
 }
 
-const std::string SPEC_CONSTANTS = R"(#version 450
-layout(constant_id = 3) const bool USE_DETAIL = false;
-layout(set = 0, binding = 0) uniform sampler2D base;
-layout(set = 0, binding = 1) uniform sampler2D detail;
-layout(location = 0) in vec2 uv;
-layout(location = 0) out vec4 color;
-void main() {
-    vec4 acc = texture(base, uv);
-    if (USE_DETAIL) acc *= texture(detail, uv * 8.0);
-    color = acc;
-}
-)";
+const std::string SPEC_CONSTANTS =
+    "#version 450\nlayout(constant_id = 3) const bool USE_DETAIL = false;\n"
+    "layout(set = 0, binding = 0) uniform sampler2D base;\nlayout(set = 0, binding = 1) uniform sampler2D detail;\n"
+    "layout(location = 0) in vec2 uv;\nlayout(location = 0) out vec4 color;\nvoid main() {\n"
+    "    vec4 acc = texture(base, uv);\n    if (USE_DETAIL) acc *= texture(detail, uv * 8.0);\n    color = acc;\n}\n";
 
 std::string vertex_weights(const std::string& sum) {
-    return "#version 310 es\nin vec4 a_position;\nin vec4 a_w;\nout float v_w;\n"
-           "void main() {\n" +
-           sum + "\ngl_Position = a_position;\n}\n";
+    return "#version 310 es\nin vec4 a_position;\nin vec4 a_w;\nout float v_w;\nvoid main() {\n" + sum +
+           "\ngl_Position = a_position;\n}\n";
 }
 
-std::string constant_table(const std::string& version) {
-    return version + R"(
-layout(local_size_x = 64) in;
-layout(std430, binding = 0) buffer Out { ivec2 o[]; };
-const ivec2 T[8] = ivec2[8](ivec2(1, 2), ivec2(3, 4), ivec2(5, 6), ivec2(7, 8),
-                            ivec2(9, 10), ivec2(11, 12), ivec2(13, 14), ivec2(15, 16));
-void main() { uint i = gl_GlobalInvocationID.x; o[i] = T[i & 7u]; }
-)";
+const std::string CONSTANT_TABLE =
+    "#version 450\nlayout(local_size_x = 64) in;\nlayout(std430, binding = 0) buffer Out { ivec2 o[]; };\n"
+    "const ivec2 T[8] = ivec2[8](ivec2(1, 2), ivec2(3, 4), ivec2(5, 6), ivec2(7, 8),\n"
+    "                            ivec2(9, 10), ivec2(11, 12), ivec2(13, 14), ivec2(15, 16));\n"
+    "void main() { uint i = gl_GlobalInvocationID.x; o[i] = T[i & 7u]; }\n";
+
+// An empty SPIR-V 1.0 compute module with some capabilities, decorations and types added.
+std::string compute_module_1_0(const std::string& capabilities, const std::string& decorations,
+                               const std::string& types) {
+    return "; SPIR-V 1.0\nOpCapability Shader\n" + capabilities +
+           "OpMemoryModel Logical GLSL450\nOpEntryPoint GLCompute %main \"main\"\n"
+           "OpExecutionMode %main LocalSize 1 1 1\n" +
+           decorations + "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n" + types +
+           "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpReturn\nOpFunctionEnd\n";
 }
 
-const std::string GROUP_NON_UNIFORM_1_0 = R"(; SPIR-V 1.0
-               OpCapability Shader
-               OpCapability GroupNonUniform
-               OpMemoryModel Logical GLSL450
-               OpEntryPoint GLCompute %main "main"
-               OpExecutionMode %main LocalSize 1 1 1
-       %void = OpTypeVoid
-         %fn = OpTypeFunction %void
-       %main = OpFunction %void None %fn
-      %entry = OpLabel
-               OpReturn
-               OpFunctionEnd
-)";
+const std::string GROUP_NON_UNIFORM_1_0 = compute_module_1_0("OpCapability GroupNonUniform\n", "", "");
 
-const std::string MISALIGNED_BLOCK = R"(; SPIR-V 1.0
-               OpCapability Shader
-               OpMemoryModel Logical GLSL450
-               OpEntryPoint GLCompute %main "main"
-               OpExecutionMode %main LocalSize 1 1 1
-               OpDecorate %S Block
-               OpMemberDecorate %S 0 Offset 0
-               OpMemberDecorate %S 1 Offset 2
-               OpDecorate %u DescriptorSet 0
-               OpDecorate %u Binding 0
-       %void = OpTypeVoid
-         %fn = OpTypeFunction %void
-      %float = OpTypeFloat 32
-          %S = OpTypeStruct %float %float
-        %ptr = OpTypePointer Uniform %S
-          %u = OpVariable %ptr Uniform
-       %main = OpFunction %void None %fn
-      %entry = OpLabel
-               OpReturn
-               OpFunctionEnd
-)";
+const std::string MISALIGNED_BLOCK = compute_module_1_0(
+    "",
+    "OpDecorate %S Block\nOpMemberDecorate %S 0 Offset 0\nOpMemberDecorate %S 1 Offset 2\n"
+    "OpDecorate %u DescriptorSet 0\nOpDecorate %u Binding 0\n",
+    "%float = OpTypeFloat 32\n%S = OpTypeStruct %float %float\n%ptr = OpTypePointer Uniform %S\n"
+    "%u = OpVariable %ptr Uniform\n");
 
 const std::string VULKAN = "--vulkan";
 
@@ -313,9 +284,9 @@ const Case CASES[] = {
      {"b.frag", es_fragment("in vec3 v_dir;", "color = vec4(normalize(v_dir), v_dir.z);")},
      same_cost(false)},
 
-    // A constant table is a table in constant memory, whatever the SPIR-V version.
+    // A constant table is a table in constant memory.
     {"AConstantTableNeedsNoStack",
-     {"a.comp", constant_table("#version 450"), {VULKAN}},
+     {"a.comp", CONSTANT_TABLE, {VULKAN}},
      {},
      property_is("stack_size", 0),
      OSTREM_AND_LATER},
