@@ -80,8 +80,9 @@ TEST(Annotate, ThePositionTransformIsTheCostliestVertexLine) {
             if (v["name"] == "Position") variant = v;
         // The first of the costliest lines on the pipe the variant is bound by.
         const json& pipes = variant["performance"]["pipelines"];
-        const auto pipe = std::find(pipes.begin(), pipes.end(),
-                                    variant["performance"]["total_cycles"]["bound_pipelines"][0]) - pipes.begin();
+        const auto pipe =
+            std::find(pipes.begin(), pipes.end(), variant["performance"]["total_cycles"]["bound_pipelines"][0]) -
+            pipes.begin();
         int hottest = 0;
         double most = -1;
         for (const json& line : variant["source_lines"]) {

@@ -23,17 +23,23 @@ struct Api {
     const char* main_file;
     std::string program_text, header_text;
 
-    static std::string fill(std::string text, const std::string& value) { return text.replace(text.find('@'), 1, value); }
+    static std::string fill(std::string text, const std::string& value) {
+        return text.replace(text.find('@'), 1, value);
+    }
     std::string program(const std::string& include_line) const { return fill(program_text, include_line); }
     std::string header(const std::string& value) const { return fill(header_text, value); }
 };
 
 const Api APIS[] = {
-    {"Vulkan", {"--vulkan"}, "src/m.frag",
+    {"Vulkan",
+     {"--vulkan"},
+     "src/m.frag",
      "#version 450\n#extension GL_GOOGLE_include_directive : require\n@\n"
      "layout(location = 0) out vec4 color;\nvoid main() { color = vec4(K); }\n",
      "const highp float K = @;\n"},
-    {"OpenGL ES", {}, "src/m.frag",
+    {"OpenGL ES",
+     {},
+     "src/m.frag",
      "#version 310 es\n#extension GL_GOOGLE_include_directive : require\n@\n"
      "layout(location = 0) out mediump vec4 color;\nvoid main() { color = vec4(K); }\n",
      "const highp float K = @;\n"},

@@ -61,8 +61,8 @@ struct Figures {
         return std::nan("");
     }
     json property(const std::string& name) const {
-        for (const json* list : {variant() ? &(*variant())["properties"] : nullptr,
-                                 shader.is_object() ? &shader["properties"] : nullptr})
+        for (const json* list :
+             {variant() ? &(*variant())["properties"] : nullptr, shader.is_object() ? &shader["properties"] : nullptr})
             if (list)
                 for (const json& p : *list)
                     if (p["name"] == name) return p["value"];
@@ -128,7 +128,8 @@ Relation property_is(const std::string& name, const json& value) {
 }
 
 Relation one_error_saying(const std::string& piece) {
-    return that([=](const Figures& f) { return f.status == 1 && f.errors.size() == 1 && contains(f.errors[0], piece); });
+    return that(
+        [=](const Figures& f) { return f.status == 1 && f.errors.size() == 1 && contains(f.errors[0], piece); });
 }
 
 bool paths_agree(const Figures& f, const std::string& pipe) {
@@ -177,12 +178,12 @@ std::string compute_module_1_0(const std::string& capabilities, const std::strin
 
 const std::string GROUP_NON_UNIFORM_1_0 = compute_module_1_0("OpCapability GroupNonUniform\n", "", "");
 
-const std::string MISALIGNED_BLOCK = compute_module_1_0(
-    "",
-    "OpDecorate %S Block\nOpMemberDecorate %S 0 Offset 0\nOpMemberDecorate %S 1 Offset 2\n"
-    "OpDecorate %u DescriptorSet 0\nOpDecorate %u Binding 0\n",
-    "%float = OpTypeFloat 32\n%S = OpTypeStruct %float %float\n%ptr = OpTypePointer Uniform %S\n"
-    "%u = OpVariable %ptr Uniform\n");
+const std::string MISALIGNED_BLOCK =
+    compute_module_1_0("",
+                       "OpDecorate %S Block\nOpMemberDecorate %S 0 Offset 0\nOpMemberDecorate %S 1 Offset 2\n"
+                       "OpDecorate %u DescriptorSet 0\nOpDecorate %u Binding 0\n",
+                       "%float = OpTypeFloat 32\n%S = OpTypeStruct %float %float\n%ptr = OpTypePointer Uniform %S\n"
+                       "%u = OpVariable %ptr Uniform\n");
 
 const std::string VULKAN = "--vulkan";
 

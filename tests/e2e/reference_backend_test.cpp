@@ -38,11 +38,11 @@ TEST(ReferenceBackend, EveryListedCoreCompilesASmallProgram) {
                                            "void main() { gl_FragColor = texture2D(t, uv) * 0.5; }\n");
     const std::vector<std::string> every_api = {"OpenGL ES", "Vulkan", "OpenCL"};
     nlohmann::json expected = nlohmann::json::array();
-    for (const char* core :
-         {"Koro N1",   "Solvaris-N909", "Solvaris-N707", "Koro-N709", "Koro-N707", "Koro-N609", "Koro-N607",
-          "Solvaris-N705", "Koro-N705", "Koro-N703", "Koro-N605", "Koro-N603", "Koro-N503", "Koro-N403",
-          "Koro-N68SX", "Koro-N68", "Koro-N67", "Koro-N58", "Koro-N47", "Koro-N36", "Koro-N32", "Koro-N31",
-          "Koro-N22", "Koro-N21", "Koro-N11", "Koro-L380", "Koro-L360", "Koro-L330", "Koro-L320", "Koro-L260"})
+    for (const char* core : {"Koro N1",   "Solvaris-N909", "Solvaris-N707", "Koro-N709", "Koro-N707", "Koro-N609",
+                             "Koro-N607", "Solvaris-N705", "Koro-N705",     "Koro-N703", "Koro-N605", "Koro-N603",
+                             "Koro-N503", "Koro-N403",     "Koro-N68SX",    "Koro-N68",  "Koro-N67",  "Koro-N58",
+                             "Koro-N47",  "Koro-N36",      "Koro-N32",      "Koro-N31",  "Koro-N22",  "Koro-N21",
+                             "Koro-N11",  "Koro-L380",     "Koro-L360",     "Koro-L330", "Koro-L320", "Koro-L260"})
         expected.push_back({{"apis", every_api}, {"core", core}});
     expected.push_back({{"apis", {"OpenGL ES", "OpenCL"}}, {"core", "Koro-L220"}});
     const nlohmann::json list = nlohmann::json::parse(run_shadex({"--list", "--format", "json"}).out);

@@ -16,12 +16,12 @@ TEST(CatalogueReport, ListGroupsCoresByArchitecture) {
     // The OpenCL library's driver text sorts first, so its cores are met
     // first (newest first within it), whatever order it lists them in.
     shadex.add("opencl", "libKoro-Nxx_r20p0-00rel0.so",
-                "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                "core Koro-N22 | r1p0\ncore Koro-N68 | r0p1\n");
+               "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+               "core Koro-N22 | r1p0\ncore Koro-N68 | r0p1\n");
     shadex.add("graphics", "libKoro-Nxx_r30p0-00rel0.so",
-                "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-                "meta openglessl_version | 100 300 310 320\nmeta spirv | true\n"
-                "core Koro-N503 | r0p0\ncore Koro-N68 | r0p1\ncore Koro-N1-Ultra | r0p0\n");
+               "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+               "meta openglessl_version | 100 300 310 320\nmeta spirv | true\n"
+               "core Koro-N503 | r0p0\ncore Koro-N68 | r0p1\ncore Koro-N1-Ultra | r0p0\n");
 
     EXPECT_EQ(text_output(shadex.run({"--list"})), R"(Pelion architecture
 ===================
@@ -82,11 +82,11 @@ status 3
 end
 )");
         shadex.add("opencl", "libKoro-Nxx_r40p0-00rel0.so",
-                    "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                    "meta opencl_version | 120 200 300\n"
-                    "meta opencl_extensions | cl_ovyn_printf cl_khr_fp16\n"
-                    "core Koro-N68 | r0p1\ncore Koro-L220 | r0p0\n"
-                    "compile\nwhen source | #error cl_ovyn_printf\nstatus 1\nend\n");
+                   "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+                   "meta opencl_version | 120 200 300\n"
+                   "meta opencl_extensions | cl_ovyn_printf cl_khr_fp16\n"
+                   "core Koro-N68 | r0p1\ncore Koro-L220 | r0p0\n"
+                   "compile\nwhen source | #error cl_ovyn_printf\nstatus 1\nend\n");
     }
 
     std::string info(const std::string& core) { return text_output(shadex.run({"--info", "-c", core})); }

@@ -123,8 +123,8 @@ TEST_F(CompileReport, ErrorsQuoteTheirSourceLines) {
         "error 0:5: '}' : last line problem\n");
     // Windows line ends are quoted without their carriage return.
     shadex.write("broken.frag",
-                "#version 310 es\r\nprecision mediump float;\r\nvoid main() {\r\n"
-                "    gl_FragColor = x;\r\n}\r\n");
+                 "#version 310 es\r\nprecision mediump float;\r\nvoid main() {\r\n"
+                 "    gl_FragColor = x;\r\n}\r\n");
     EXPECT_EQ(text({"-c", "Koro-N22", "broken.frag"}, 1),
               configuration("Koro-N22 r1p0", "Ostrem") + R"(Compiler messages
 =================
@@ -376,8 +376,8 @@ Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on t
 // arithmetic, load/store, texture. Five lines are marked, earlier ones first on a tie.
 TEST_F(CompileReport, SourceLineCostsOnTarsel) {
     shadex.write("t.frag",
-                "precision mediump float;\nuniform sampler2D s;\nvarying vec2 uv;\nvoid main() {\n"
-                "    gl_FragColor = texture2D(s, uv) * 2.0;\n}\n");
+                 "precision mediump float;\nuniform sampler2D s;\nvarying vec2 uv;\nvoid main() {\n"
+                 "    gl_FragColor = texture2D(s, uv) * 2.0;\n}\n");
     answer_compiles_with(stats("variant; render_target 0; work_registers_used 4; arithmetic_cycles 30;"
                                "texture_cycles 1; load_store_cycles 3; arithmetic_shortest_path 30;"
                                "texture_shortest_path 1; load_store_shortest_path 3; arithmetic_longest_path 30;"

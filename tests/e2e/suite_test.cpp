@@ -83,7 +83,8 @@ TEST(Suite, VulkanGlslConvertsAsTheValidatorDoes) {
     files.write("list.txt", list);
     RunOptions here;
     here.working_dir = files.path();
-    json document = parse_results(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "-c", "Koro N1", "@list.txt"}, here));
+    json document =
+        parse_results(run_shadex_suite({"run", "-q", "-c", "Koro-N68", "-c", "Koro N1", "@list.txt"}, here));
     ASSERT_EQ(document["records"].size(), 2 * lines.size());
     for (const json& record : document["records"]) expect_shadex_run(record, line_of_id.at(record["id"]), here);
 }
@@ -128,12 +129,9 @@ TEST(Suite, ListLinesRunFromTheListsDirectoryUnderShadexsRules) {
 TEST(Suite, ACrashOrAHangEndsOnlyItsOwnRun) {
     Install install;
     install_scripted_backend(install.dir(), "graphics", "libKoro-Nxx_r20p0-01rel0.so",
-                "meta compiler_type | openglessl\n"
-                "meta flexible_version | 4.0.0\n"
-                "core Koro-N68 | r0p0\n"
-                "core_cap Koro-N68 | openglessl_version | 320\n"
-                "compile\nwhen source | CRASH\ncrash\nend\n"
-                "compile\nwhen source | HANG\nhang\nend\n");
+                             "meta compiler_type | openglessl\nmeta flexible_version | 4.0.0\ncore Koro-N68 | r0p0\n"
+                             "core_cap Koro-N68 | openglessl_version | 320\n"
+                             "compile\nwhen source | CRASH\ncrash\nend\ncompile\nwhen source | HANG\nhang\nend\n");
     TempDir files;
     for (const char* name : {"a.frag", "b.frag", "c.frag", "d.frag"}) files.write(name, "void main() {}\n");
     files.write("crash.frag", "// CRASH\nvoid main() {}\n");

@@ -15,11 +15,8 @@ namespace {
 
 const std::string LIBRARY = "libKoro-Nxx_r20p0-01rel0.so";
 const std::string VULKAN_LIBRARY =
-    "meta compiler_type | openglessl\n"
-    "meta flexible_version | 4.0.0\n"
-    "core Koro-N68 | r0p0\n"
-    "core_cap Koro-N68 | spirv_version | 130\n"
-    "core_cap Koro-N68 | openglessl_version | 320\n";
+    "meta compiler_type | openglessl\nmeta flexible_version | 4.0.0\ncore Koro-N68 | r0p0\n"
+    "core_cap Koro-N68 | spirv_version | 130\ncore_cap Koro-N68 | openglessl_version | 320\n";
 const std::string PACKAGED_VALIDATOR = SHADEX_BIN_DIR "/external/glslang";
 const std::string RELAXED_WARNING =
     "WARNING: X0003: GLSL to SPIR-V conversion required relaxed syntax and semantic checks";
