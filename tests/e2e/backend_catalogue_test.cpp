@@ -4,7 +4,6 @@
 // come back to it exactly once, whatever the run's outcome.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -19,11 +18,6 @@ const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
 std::vector<std::string> compiles(const std::string& library) {
     return calls_of(read_scripted_log(library), "compile");
-}
-
-json json_of(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    return json::parse(result.out, nullptr, false);
 }
 
 TEST(BackendCatalogue, LibraryLoading) {
@@ -42,7 +36,7 @@ TEST(BackendCatalogue, LibraryLoading) {
         {LIBRARY, "meta compiler_type | opencl\n", full,
          "Flexible_version is expected to be 3.x or 4.0/6 but its 0.0.0 : @"},
         {LIBRARY, "meta flexible_version | 4.6\n", full, "Library load error : @"},
-        {"libKoro-Nxx_r20p0-08rel0.so", v3, full, "Library load error : Koro-Nxx_r20p0-08rel0"},
+        // A file name without a driver release refuses the library (the patterns are DriverName's).
         {"libshader.so", v3, full, "Library load error : shader"},
         {LIBRARY, "fail get_capabilities | 5\n" + v3, full, "Library load error : @"},
         {LIBRARY, "break metadata_odd\n" + v3, full,
@@ -108,7 +102,7 @@ core_cap Koro N1-Ultra | openglessl_version | 300,320
 core_cap Koro N1-Ultra | openglessl_extensions | GL_EXT_shader_io_blocks
 core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
 )");
-    EXPECT_EQ(json_of(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
+    EXPECT_EQ(json_output(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
         {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro N1"},
         {"apis": ["OpenGL ES"], "core": "Koro-L220"}])"));
     // Denylisted cores are never asked about; Koro-L220 only for OpenGL ES.
@@ -117,7 +111,7 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
                                         "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0",
                                         "get_core_specific_capabilities\tKoro N1-Ultra\tr0p0"}));
 
-    json info = json_of(shadex.run({"--info", "-c", "Koro-N1-Ultra", "--format", "json"}));
+    json info = json_output(shadex.run({"--info", "-c", "Koro-N1-Ultra", "--format", "json"}));
     EXPECT_EQ(info["hardware"]["core"], "Koro N1");
     EXPECT_EQ(info["apis"]["opengles"]["max_version"], 320);
     EXPECT_FLOAT_EQ(info["apis"]["vulkan"]["max_version"].get<float>(), 1.3f);
@@ -146,25 +140,7 @@ TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     EXPECT_EQ(compiles(graphics).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
     EXPECT_EQ(shadex.run({"k.cl", "-n", "k"}).status, 0);
     EXPECT_EQ(compiles(opencl).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
-    EXPECT_EQ(json_of(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
-}
-
-TEST(BackendCatalogue, VersionListsInMetadata) {
-    for (const auto& [listed, expected] :
-         {std::pair{"120 200", "200"}, {"1.2,3.0", "300"}, {"110, 120", "120"}, {"3.x", ""}}) {
-        ScriptedShadex shadex;
-        shadex.add("opencl", LIBRARY,
-                   "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                   "meta opencl_version | " +
-                       std::string(listed) + "\ncore Koro-N68 | r0p0\n");
-        RunResult result = shadex.run({"--info", "-c", "Koro-N68"});
-        if (*expected)
-            EXPECT_TRUE(contains(result.out, std::string("OpenCL: Version ") + expected + "\n"));
-        else
-            expect_run_error(result,
-                             "Compiler load error : malformed version list opencl_version = "
-                             "\"3.x\"");
-    }
+    EXPECT_EQ(json_output(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
 }
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
@@ -195,7 +171,7 @@ TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
         << probes[0];
     expect_usage_error(shadex.run({"-c", "Koro-L220", "a.tesc"}), "Koro-L220 does not support tessellation shaders.");
 
-    json info = json_of(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
+    json info = json_output(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opengles"], json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"], json::parse(R"(["cl_khr_fp16"])"));
     EXPECT_EQ(compiles(graphics).size(), 3u);
@@ -204,7 +180,7 @@ TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     // Version 320 has both stages; only Tarsel OpenCL compilers are probed.
     EXPECT_EQ(shadex.run({"-c", "Koro-N68", "a.geom"}).status, 0);
     EXPECT_EQ(compiles(graphics).size(), 1u);
-    info = json_of(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
+    info = json_output(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"].size(), 2u);
     EXPECT_EQ(compiles(opencl).size(), 0u);
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <tuple>
 
@@ -22,23 +21,14 @@ using spirv_test::SpirvBuilder;
 
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
-const std::string GRAPHICS = R"(meta flexible_version | 3.0.0
-meta compiler_type | openglessl
-meta spirv | true
-meta openglessl_version | 300 310 320
-meta variant | per_fragment_shader
-core Koro-N68 | r0p0
-core Koro-L380 | r0p0
-core Koro-L220 | r0p0
-)";
+const std::string GRAPHICS =
+    "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\nmeta spirv | true\n"
+    "meta openglessl_version | 300 310 320\nmeta variant | per_fragment_shader\n"
+    "core Koro-N68 | r0p0\ncore Koro-L380 | r0p0\ncore Koro-L220 | r0p0\n";
 
-const std::string OPENCL = R"(meta flexible_version | 4.1.0
-meta compiler_type | opencl
-core Koro-N68 | r0p0
-core Koro-N22 | r0p0
-core_cap Koro-N68 | opencl_c_version | 1.2 3.0
-core_cap Koro-N22 | opencl_c_version | 120,200
-)";
+const std::string OPENCL =
+    "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\ncore Koro-N68 | r0p0\ncore Koro-N22 | r0p0\n"
+    "core_cap Koro-N68 | opencl_c_version | 1.2 3.0\ncore_cap Koro-N22 | opencl_c_version | 120,200\n";
 
 // A private shadex with a scripted graphics (library 0) and OpenCL (1) back-end.
 class Backends : public ScriptedShadex {
@@ -89,12 +79,6 @@ std::string logged(const std::string& bytes) {
                                         : hex;
     }
     return text;
-}
-
-json shader_of(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    json report = json::parse(result.out, nullptr, false);
-    return report.is_discarded() ? json() : report["shaders"][0];
 }
 
 TEST(BackendCompile, OptionsSentForEachApiAndStage) {
@@ -191,9 +175,9 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
         {{"-v", "two.spv"}, "Specified shader stage does not match SPIR-V binary."},
         {{"-f", "two.spv"}, "Specified shader stage is ambiguous and needs an explicit entrypoint name."},
         {{"-f", "-n", "c", "two.spv"}, "Specified shader entrypoint does not match SPIR-V binary."},
+        // Which overrides a module takes is the input layer's rule, unit-tested; here, that a
+        // refusal stops the run. The driver itself refuses a location that is not a number.
         {{"consts.spv", "-S", "9=true"}, "No boolean specialization constant at location 9"},
-        {{"consts.spv", "-S", "3=5"}, "No integer specialization constant at location 3"},
-        {{"consts.spv", "-S", "4=99999999999"}, "Value out of range for int specialization constant at location 4"},
         {{"consts.spv", "-S", "x=1"}, "Specialization constant location x=1 is invalid."},
     };
     for (const auto& [args, message] : cases) {
@@ -217,7 +201,7 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
     edited.entry_point(spv::ExecutionModelFragment, 1, "main");
     const std::string expected = add_specialization_constants(edited, false, 0xFFFFFFF4u).text();
 
-    json shader = shader_of(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}));
+    json shader = json_output(shadex.run({"m.spv", "-S", "3=false", "-S", "4=-12", "--format", "json"}))["shaders"][0];
     EXPECT_EQ(shader["warnings"], json::array({"0:1: X0004: SPV_GOOGLE_user_type semantic "
                                                "extension is not supported"}));
     std::vector<std::string> compiles = shadex.compiles();
@@ -229,11 +213,9 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
 TEST(BackendCompile, BackEndFailuresEndTheRunCleanly) {
     Backends shadex(
         "compile\nwhen source | FAIL\nstatus 7\nerror 0:1: broken\nend\n"
-        "compile\nwhen source | BADNUM\nstat work_registers_used | many\nend\n"
         "compile\nwhen source | NULLTEXT\nstat part_float16 | <null>\nend\n");
     for (const auto& [marker, message] :
          {std::pair{"FAIL", "Compile error : 7"},
-          {"BADNUM", "Invalid value for work_registers_used: many"},
           {"NULLTEXT", "Compile error : malformed statistics from the back-end (null text)"}}) {
         shadex.write("a.frag", std::string("// ") + marker + "\nvoid main() {}\n");
         expect_run_error(shadex.run({"a.frag"}), message);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -51,85 +50,37 @@ std::vector<char*> as_argv(std::vector<std::string>& texts) {
 }  // namespace
 
 RunResult run_program(const std::string& program, const std::vector<std::string>& args, const RunOptions& options) {
-    int in[2], out[2], err[2];
-    if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC)) throw std::runtime_error("pipe failed");
-
+    // The child's standard streams are files: nothing to pump while it runs,
+    // and nothing it leaves running can hold the test up.
+    TempDir io;
+    const std::string in = io.write("in", options.stdin_data), out = io.file("out"), err = io.file("err");
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, err[1], 2);
+    posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (!options.working_dir.empty()) posix_spawn_file_actions_addchdir_np(&actions, options.working_dir.c_str());
 
     std::vector<std::string> argv_texts{program};
     argv_texts.insert(argv_texts.end(), args.begin(), args.end());
     std::vector<std::string> env_texts = build_environment(options);
-    std::vector<char*> argv = as_argv(argv_texts);
-    std::vector<char*> envp = as_argv(env_texts);
-
+    std::vector<char*> argv = as_argv(argv_texts), envp = as_argv(env_texts);
     pid_t child = 0;
-    int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), envp.data());
+    const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
-    close(in[0]);
-    close(out[1]);
-    close(err[1]);
-    if (spawned != 0) {
-        close(in[1]);
-        close(out[0]);
-        close(err[0]);
-        throw std::runtime_error("cannot start " + program + ": " + std::strerror(spawned));
-    }
+    if (spawned != 0) throw std::runtime_error("cannot start " + program + ": " + std::strerror(spawned));
 
-    signal(SIGPIPE, SIG_IGN);
-    RunResult result;
-    size_t written = 0;
-    int in_fd = in[1];
-    if (options.stdin_data.empty()) {
-        close(in_fd);
-        in_fd = -1;
-    }
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(options.timeout_seconds);
-    bool out_open = true, err_open = true;
-    while (out_open || err_open) {
-        pollfd fds[3];
-        int count = 0;
-        if (out_open) fds[count++] = {out[0], POLLIN, 0};
-        if (err_open) fds[count++] = {err[0], POLLIN, 0};
-        if (in_fd >= 0) fds[count++] = {in_fd, POLLOUT, 0};
-        int ready = poll(fds, count, 200);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(options.timeout_seconds);
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() > deadline) {
             kill(child, SIGKILL);
+            waitpid(child, &status, 0);
             break;
         }
-        if (ready <= 0) continue;
-        for (int i = 0; i < count; ++i) {
-            if (!fds[i].revents) continue;
-            if (fds[i].fd == in_fd) {
-                ssize_t n = write(in_fd, options.stdin_data.data() + written, options.stdin_data.size() - written);
-                if (n > 0) written += static_cast<size_t>(n);
-                if (n < 0 || written == options.stdin_data.size()) {
-                    close(in_fd);
-                    in_fd = -1;
-                }
-                continue;
-            }
-            char buffer[4096];
-            ssize_t n = read(fds[i].fd, buffer, sizeof(buffer));
-            std::string& target = fds[i].fd == out[0] ? result.out : result.err;
-            if (n > 0) {
-                target.append(buffer, static_cast<size_t>(n));
-            } else {
-                (fds[i].fd == out[0] ? out_open : err_open) = false;
-            }
-        }
+        usleep(2000);
     }
-    if (in_fd >= 0) close(in_fd);
-    close(out[0]);
-    close(err[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return result;
+    return {read_file(out), read_file(err), WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)};
 }
 
 TempDir::TempDir() {
@@ -196,4 +147,21 @@ void expect_run_error(const RunResult& result, const std::string& message) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), last_line.size())), last_line);
+}
+
+static const std::string& checked_output(const RunResult& result, int status) {
+    EXPECT_EQ(result.status, status) << result.err;
+    EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n') << result.out;
+    return result.out;
+}
+
+nlohmann::json json_output(const RunResult& result, int status) {
+    nlohmann::json document = nlohmann::json::parse(checked_output(result, status), nullptr, false);
+    EXPECT_FALSE(document.is_discarded()) << result.out;
+    return document.is_discarded() ? nlohmann::json() : document;
+}
+
+std::string text_output(const RunResult& result, int status) {
+    EXPECT_EQ(checked_output(result, status).compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
+    return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
 }

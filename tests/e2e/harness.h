@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -66,6 +67,11 @@ RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOption
 inline const std::string REPORT_HEADER =
     "Koro Offline Compiler v8.8.1 (Build 73b41e)\n"
     "Copyright (c) 2026 The shadex authors. All rights reserved.\n\n";
+
+// What a run printed, once its exit status and closing line end are checked:
+// the JSON document (null when there is none), or the text after the header.
+nlohmann::json json_output(const RunResult& result, int status = 0);
+std::string text_output(const RunResult& result, int status = 0);
 
 // A usage error: status 2 and the message in TCLAP's frame on standard error.
 void expect_usage_error(const RunResult& result, const std::string& message);

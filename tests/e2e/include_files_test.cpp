@@ -15,36 +15,35 @@ namespace {
 
 const std::string CORE = "Koro-N68";
 
+// One language's main program and header; "@" in each stands for the
+// include line and for the value the header gives K.
 struct Api {
     const char* name;
     std::vector<std::string> options;
     const char* main_file;
-    std::string (*program)(const std::string& include_line);
-    std::string (*header)(const std::string& value);
+    std::string program_text, header_text;
+
+    static std::string fill(std::string text, const std::string& value) {
+        return text.replace(text.find('@'), 1, value);
+    }
+    std::string program(const std::string& include_line) const { return fill(program_text, include_line); }
+    std::string header(const std::string& value) const { return fill(header_text, value); }
 };
 
-std::string vulkan_program(const std::string& include_line) {
-    return "#version 450\n#extension GL_GOOGLE_include_directive : require\n" + include_line +
-           "\nlayout(location = 0) out vec4 color;\nvoid main() { color = vec4(K); }\n";
-}
-
-std::string opengles_program(const std::string& include_line) {
-    return "#version 310 es\n#extension GL_GOOGLE_include_directive : require\n" + include_line +
-           "\nlayout(location = 0) out mediump vec4 color;\n"
-           "void main() { color = vec4(K); }\n";
-}
-
-std::string opencl_program(const std::string& include_line) {
-    return include_line + "\nkernel void k(global float* out) { *out = K; }\n";
-}
-
-std::string glsl_header(const std::string& value) { return "const highp float K = " + value + ";\n"; }
-std::string c_header(const std::string& value) { return "#define K " + value + "f\n"; }
-
 const Api APIS[] = {
-    {"Vulkan", {"--vulkan"}, "src/m.frag", vulkan_program, glsl_header},
-    {"OpenGL ES", {}, "src/m.frag", opengles_program, glsl_header},
-    {"OpenCL", {"-n", "k"}, "src/m.cl", opencl_program, c_header},
+    {"Vulkan",
+     {"--vulkan"},
+     "src/m.frag",
+     "#version 450\n#extension GL_GOOGLE_include_directive : require\n@\n"
+     "layout(location = 0) out vec4 color;\nvoid main() { color = vec4(K); }\n",
+     "const highp float K = @;\n"},
+    {"OpenGL ES",
+     {},
+     "src/m.frag",
+     "#version 310 es\n#extension GL_GOOGLE_include_directive : require\n@\n"
+     "layout(location = 0) out mediump vec4 color;\nvoid main() { color = vec4(K); }\n",
+     "const highp float K = @;\n"},
+    {"OpenCL", {"-n", "k"}, "src/m.cl", "@\nkernel void k(global float* out) { *out = K; }\n", "#define K @f\n"},
 };
 
 class IncludeFiles : public ::testing::Test {
@@ -60,7 +59,6 @@ protected:
         RunOptions options;
         options.working_dir = files.file(cwd);
         options.env = {{"TMP", scratch.path()}, {"TMPDIR", scratch.path()}};
-        options.timeout_seconds = 60;
         RunResult result = run_shadex(args, options);
         EXPECT_TRUE(fs::is_empty(scratch.path())) << "temporary files left behind";
         return result;
@@ -165,7 +163,7 @@ TEST_F(IncludeFiles, ADeepChainCompilesOrEndsPromptly) {
 }
 
 TEST_F(IncludeFiles, IncludeDirectoriesMustExist) {
-    files.write("src/m.frag", opengles_program(""));
+    files.write("src/m.frag", APIS[1].program(""));
     files.write("plain", "");
     const std::pair<std::string, std::string> cases[] = {
         {files.file("nowhere"), "Include directory " + files.file("nowhere") + " does not exist."},

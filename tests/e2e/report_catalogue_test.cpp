@@ -2,8 +2,6 @@
 // libraries, and --info for cores with and without each API.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include <nlohmann/json.hpp>
 
 #include "e2e/harness.h"
@@ -13,37 +11,19 @@ namespace {
 
 using nlohmann::json;
 
-// A successful run's output, ending its last line.
-const std::string& output(const RunResult& result) {
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n');
-    return result.out;
-}
-
-std::string text_body(const RunResult& result) {
-    EXPECT_EQ(output(result).compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
-    return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
-}
-
-json json_body(const RunResult& result) {
-    json document = json::parse(output(result), nullptr, false);
-    EXPECT_FALSE(document.is_discarded()) << result.out;
-    return document;
-}
-
 TEST(CatalogueReport, ListGroupsCoresByArchitecture) {
-    Install install;
+    ScriptedShadex shadex;
     // The OpenCL library's driver text sorts first, so its cores are met
     // first (newest first within it), whatever order it lists them in.
-    add_backend(install, "opencl", "libKoro-Nxx_r20p0-00rel0.so",
-                "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                "core Koro-N22 | r1p0\ncore Koro-N68 | r0p1\n");
-    add_backend(install, "graphics", "libKoro-Nxx_r30p0-00rel0.so",
-                "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-                "meta openglessl_version | 100 300 310 320\nmeta spirv | true\n"
-                "core Koro-N503 | r0p0\ncore Koro-N68 | r0p1\ncore Koro-N1-Ultra | r0p0\n");
+    shadex.add("opencl", "libKoro-Nxx_r20p0-00rel0.so",
+               "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+               "core Koro-N22 | r1p0\ncore Koro-N68 | r0p1\n");
+    shadex.add("graphics", "libKoro-Nxx_r30p0-00rel0.so",
+               "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+               "meta openglessl_version | 100 300 310 320\nmeta spirv | true\n"
+               "core Koro-N503 | r0p0\ncore Koro-N68 | r0p1\ncore Koro-N1-Ultra | r0p0\n");
 
-    EXPECT_EQ(text_body(install.run({"--list"})), R"(Pelion architecture
+    EXPECT_EQ(text_output(shadex.run({"--list"})), R"(Pelion architecture
 ===================
 
 Koro-N68 (OpenGL ES, Vulkan, OpenCL)
@@ -66,33 +46,23 @@ Koro-N503 (OpenGL ES, Vulkan)
 Use "shadex --info --core <name>" to get details about a specific GPU.
 )");
 
-    json document = json_body(install.run({"--list", "--format", "json"}));
-    EXPECT_EQ(document["schema"], json({{"name", "list"}, {"version", 0}}));
-    EXPECT_EQ(document["producer"]["name"], "Koro Offline Compiler");
-    EXPECT_EQ(document["cores"], json::parse(R"([
+    // The document's frame is CoreList.EmptyCatalogue's; here, its entries.
+    EXPECT_EQ(json_output(shadex.run({"--list", "--format", "json"}))["cores"], json::parse(R"([
         {"apis": ["OpenGL ES", "Vulkan", "OpenCL"], "core": "Koro-N68"},
         {"apis": ["OpenCL"], "core": "Koro-N22"},
         {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro N1"},
         {"apis": ["OpenGL ES", "Vulkan"], "core": "Koro-N503"}])"));
-
-    // Either spelling of that core's variants names the catalogue entry.
-    std::string info = text_body(install.run({"--info", "-c", "Koro-N1-Ultra"}));
-    EXPECT_EQ(info.rfind("Configuration\n=============\n\nHardware: Koro N1 r0p0\n"
-                         "Architecture: Ovyn 5th Generation\nDriver: r30p0-00rel0\n\n",
-                         0),
-              0u)
-        << info;
 }
 
 class CoreInfo : public ::testing::Test {
 protected:
-    Install install;
+    ScriptedShadex shadex;
 
     // Graphics and OpenCL libraries of one driver release. The graphics one
     // describes each core itself; its probe of GL_OES_texture_3D fails, and
     // on the Tarsel core the OpenCL probe of cl_ovyn_printf fails.
     CoreInfo() {
-        add_backend(install, "graphics", "libKoro-Nxx_r40p0-00rel0.so", R"(meta flexible_version | 4.0.0
+        shadex.add("graphics", "libKoro-Nxx_r40p0-00rel0.so", R"(meta flexible_version | 4.0.0
 meta compiler_type | openglessl
 core Koro-N68 | r0p1
 core Koro-N22 | r1p0
@@ -111,17 +81,17 @@ when source | #extension GL_OES_texture_3D : require
 status 3
 end
 )");
-        add_backend(install, "opencl", "libKoro-Nxx_r40p0-00rel0.so",
-                    "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                    "meta opencl_version | 120 200 300\n"
-                    "meta opencl_extensions | cl_ovyn_printf cl_khr_fp16\n"
-                    "core Koro-N68 | r0p1\ncore Koro-L220 | r0p0\n"
-                    "compile\nwhen source | #error cl_ovyn_printf\nstatus 1\nend\n");
+        shadex.add("opencl", "libKoro-Nxx_r40p0-00rel0.so",
+                   "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+                   "meta opencl_version | 120 200 300\n"
+                   "meta opencl_extensions | cl_ovyn_printf cl_khr_fp16\n"
+                   "core Koro-N68 | r0p1\ncore Koro-L220 | r0p0\n"
+                   "compile\nwhen source | #error cl_ovyn_printf\nstatus 1\nend\n");
     }
 
-    std::string info(const std::string& core) { return text_body(install.run({"--info", "-c", core})); }
+    std::string info(const std::string& core) { return text_output(shadex.run({"--info", "-c", core})); }
     json info_json(const std::string& core) {
-        return json_body(install.run({"--info", "-c", core, "--format", "json"}));
+        return json_output(shadex.run({"--info", "-c", core, "--format", "json"}));
     }
 };
 

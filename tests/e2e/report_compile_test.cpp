@@ -3,7 +3,6 @@
 // exactly, for each architecture generation.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -64,37 +63,25 @@ std::string configuration(const std::string& hardware, const std::string& archit
 
 class CompileReport : public ::testing::Test {
 protected:
-    Install install;
-    TempDir files;
+    ScriptedShadex shadex;
+
+    CompileReport() {
+        shadex.write("shader.frag", "void main() {}\n");
+        shadex.write("shader.vert", "void main() {}\n");
+    }
 
     // Compile answers are tried in order; the first whose conditions hold is used.
     void answer_compiles_with(const std::string& stats, const std::string& earlier_answers = "") {
-        add_backend(install, "graphics", LIBRARY, GRAPHICS_LIBRARY + earlier_answers + "compile\n" + stats + "end\n");
+        shadex.add("graphics", LIBRARY, GRAPHICS_LIBRARY + earlier_answers + "compile\n" + stats + "end\n");
     }
 
-    RunResult run(const std::vector<std::string>& args, int expected_status = 0) {
-        files.write("shader.frag", "void main() {}\n");
-        files.write("shader.vert", "void main() {}\n");
-        RunOptions options;
-        options.working_dir = files.path();
-        RunResult result = install.run(args, options);
-        EXPECT_EQ(result.status, expected_status) << result.err;
-        EXPECT_TRUE(!result.out.empty() && result.out.back() == '\n');
-        return result;
+    std::string text(const std::vector<std::string>& args, int status = 0) {
+        return text_output(shadex.run(args), status);
     }
 
-    // The text report after the version header.
-    std::string text(const std::vector<std::string>& args, int expected_status = 0) {
-        RunResult result = run(args, expected_status);
-        EXPECT_EQ(result.out.compare(0, REPORT_HEADER.size(), REPORT_HEADER), 0) << result.out;
-        return result.out.substr(std::min(REPORT_HEADER.size(), result.out.size()));
-    }
-
-    json json_report(std::vector<std::string> args, int expected_status = 0) {
+    json json_report(std::vector<std::string> args, int status = 0) {
         args.insert(args.end(), {"--format", "json"});
-        json document = json::parse(run(args, expected_status).out, nullptr, false);
-        EXPECT_FALSE(document.is_discarded());
-        return document;
+        return json_output(shadex.run(args), status);
     }
 };
 
@@ -109,7 +96,7 @@ TEST_F(CompileReport, WorkedJsonExample) {
     answer_compiles_with(WORKED_EXAMPLE_PIPES, "compile\nwhen option | shader_type | compute\n" + WORKED_EXAMPLE_STATS +
                                                    stats("pipe_names A/LS/V/V/T; cycles 9/0/2/2/2;"
                                                          "shortest 7.5/0/2/2/2.5; longest 9/0/2/2/2; end"));
-    RunResult compute = run({"-c", "Koro-N22", "-C", "shader.frag", "--format", "json"});
+    RunResult compute = shadex.run({"-c", "Koro-N22", "-C", "shader.frag", "--format", "json"});
     json expected = json::parse(golden("worked_example.json"));
     expected["producer"]["documentation"] = json::parse(compute.out)["producer"]["documentation"];
     EXPECT_EQ(compute.out, expected.dump() + "\n");
@@ -135,9 +122,9 @@ TEST_F(CompileReport, ErrorsQuoteTheirSourceLines) {
         "error 0:3: 'x' : middle line problem\nerror 0:3: 'x' : middle line problem\n"
         "error 0:5: '}' : last line problem\n");
     // Windows line ends are quoted without their carriage return.
-    files.write("broken.frag",
-                "#version 310 es\r\nprecision mediump float;\r\nvoid main() {\r\n"
-                "    gl_FragColor = x;\r\n}\r\n");
+    shadex.write("broken.frag",
+                 "#version 310 es\r\nprecision mediump float;\r\nvoid main() {\r\n"
+                 "    gl_FragColor = x;\r\n}\r\n");
     EXPECT_EQ(text({"-c", "Koro-N22", "broken.frag"}, 1),
               configuration("Koro-N22 r1p0", "Ostrem") + R"(Compiler messages
 =================
@@ -341,12 +328,12 @@ API configuration may also impact the value of some properties.
 // Per-line costs go through the totals' fix-ups and map back to the user's
 // files: two inputs joined, an included file, the costs of no line.
 TEST_F(CompileReport, SourceLineCostsOnPelion) {
-    files.write("a.frag", "#version 310 es\nprecision mediump float;\nlayout(location = 0) out vec4 color;\n");
-    files.write(
+    shadex.write("a.frag", "#version 310 es\nprecision mediump float;\nlayout(location = 0) out vec4 color;\n");
+    shadex.write(
         "b.frag",
         "#include \"inc/light.glsl\"\nvoid main() {\n \t  color = light(vec3(1.0)) * vec4(0.25, 0.5, 0.75, 1.0);\n"
         "    for (int i = 0; i < 8; ++i) color += vec4(0.1);\n}\n");
-    files.write("inc/light.glsl", "// lighting\n\nvec4 light(vec3 n) { return vec4(n, 1.0); }\n");
+    shadex.write("inc/light.glsl", "// lighting\n\nvec4 light(vec3 n) { return vec4(n, 1.0); }\n");
     // N503: A1-A3 / 12, V / 16, T / 8; the aggregate A is FMA + CVT + SFU / 4.
     answer_compiles_with(stats("work_registers_used 12; pipe_names A1/A2/A3/LS/V/T; cycles 48/12/12/1/16/8;"
                                "shortest 48/12/12/1/16/8; longest 48/12/12/1/16/8") +
@@ -388,9 +375,9 @@ Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on t
 // Tarsel's per-pipe keys put its pipes in key order; a line's figures come as
 // arithmetic, load/store, texture. Five lines are marked, earlier ones first on a tie.
 TEST_F(CompileReport, SourceLineCostsOnTarsel) {
-    files.write("t.frag",
-                "precision mediump float;\nuniform sampler2D s;\nvarying vec2 uv;\nvoid main() {\n"
-                "    gl_FragColor = texture2D(s, uv) * 2.0;\n}\n");
+    shadex.write("t.frag",
+                 "precision mediump float;\nuniform sampler2D s;\nvarying vec2 uv;\nvoid main() {\n"
+                 "    gl_FragColor = texture2D(s, uv) * 2.0;\n}\n");
     answer_compiles_with(stats("variant; render_target 0; work_registers_used 4; arithmetic_cycles 30;"
                                "texture_cycles 1; load_store_cycles 3; arithmetic_shortest_path 30;"
                                "texture_shortest_path 1; load_store_shortest_path 3; arithmetic_longest_path 30;"

@@ -2,18 +2,9 @@
 
 #include <fstream>
 
-std::string add_backend(const Install& install, const std::string& subdir, const std::string& file_name,
-                        const std::string& scenario, ScriptedVariant variant) {
-    return install_scripted_backend(install.dir(), subdir, file_name, scenario, variant);
-}
-
-std::vector<std::string> read_log(const Install& install, const std::string& subdir, const std::string& file_name) {
-    return read_scripted_log(install.dir() + "/" + subdir + "/" + file_name);
-}
-
 std::string ScriptedShadex::add(const std::string& subdir, const std::string& name, const std::string& scenario,
                                 ScriptedVariant variant) {
-    libraries.push_back(add_backend(install, subdir, name, scenario, variant));
+    libraries.push_back(install_scripted_backend(install.dir(), subdir, name, scenario, variant));
     return libraries.back();
 }
 
@@ -22,7 +13,7 @@ RunResult ScriptedShadex::run(const std::vector<std::string>& args) {
     RunOptions options;
     options.working_dir = files.path();
     RunResult result = install.run(args, options);
-    for (const std::string& library : libraries) expect_released_once(read_scripted_log(library));
+    for (const std::string& library : libraries) EXPECT_EQ(release_problems(read_scripted_log(library)), "");
     return result;
 }
 
