@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -121,7 +122,10 @@ ChildProcessResult ResidentTools::run(const std::vector<std::string>& command, c
     }
     if (pid_ <= 0) start();
 
-    std::vector<std::string> request = {working_directory, output_path};
+    // The process moves from directory to directory: relative paths are this
+    // process's, so they go over resolved.
+    std::vector<std::string> request = {std::filesystem::absolute(working_directory).string(),
+                                        std::filesystem::absolute(output_path).string()};
     request.insert(request.end(), command.begin(), command.end());
     int32_t status = 0;
     if (!send_strings(channel_, request)) return stop_without_reply(true);
