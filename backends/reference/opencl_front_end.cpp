@@ -3,6 +3,7 @@
 #include <glslang/SPIRV/spirv.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <filesystem>
@@ -99,14 +100,21 @@ std::string failure_reason(const std::string& tool, const ChildProcessResult& ru
 }
 
 // The tools run in the resident process when it is installed beside the
-// back-end, as child processes otherwise (a build without the compiler's
-// libraries, the unit tests).
+// back-end and starts, as child processes otherwise (a build without the
+// compiler's libraries, the unit tests, a machine without those libraries).
 ChildProcessResult run_opencl_tool(const std::vector<std::string>& command, const std::string& working_directory,
                                    const std::string& output_path) {
     static const std::string resident = resident_tools_beside_this_library();
-    if (resident.empty()) return run_child_process(command, working_directory, output_path, TOOL_TIME_LIMIT);
     static ResidentTools tools(resident);
-    return tools.run(command, working_directory, output_path, TOOL_TIME_LIMIT);
+    static std::atomic<bool> resident_starts{!resident.empty()};
+    if (resident_starts) {
+        try {
+            return tools.run(command, working_directory, output_path, TOOL_TIME_LIMIT);
+        } catch (const std::runtime_error&) {
+            resident_starts = false;
+        }
+    }
+    return run_child_process(command, working_directory, output_path, TOOL_TIME_LIMIT);
 }
 
 struct Translation {

@@ -24,6 +24,7 @@ namespace reference {
 namespace {
 
 const char* const RESIDENT_TOOLS_NAME = "shadex-opencl-tools";
+const std::chrono::seconds STARTUP_LIMIT{30};
 
 // Waits for a reply; false when none came within limit.
 bool wait_for_reply(int channel, std::chrono::milliseconds limit) {
@@ -82,6 +83,12 @@ void ResidentTools::start() {
     pid_ = pid;
     owner_ = ::getpid();
     channel_ = ends[0];
+    // It says when it is ready; one that cannot load its libraries never does.
+    int32_t ready = -1;
+    if (!wait_for_reply(channel_, STARTUP_LIMIT) || !receive_status(channel_, ready) || ready != 0) {
+        stop(true);
+        throw std::runtime_error(executable_ + " did not start");
+    }
 }
 
 // Ends the resident process (killing it when asked, letting it finish

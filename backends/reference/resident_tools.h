@@ -24,7 +24,7 @@ public:
     // As run_child_process: the tool named by command[0] runs in
     // working_directory, its messages go to output_path, and it is stopped
     // once time_limit has passed. Throws std::runtime_error when the resident
-    // process cannot be started.
+    // process cannot be started (or does not say it is ready).
     ChildProcessResult run(const std::vector<std::string>& command, const std::string& working_directory,
                            const std::string& output_path, std::chrono::milliseconds time_limit);
 

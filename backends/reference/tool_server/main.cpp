@@ -2,9 +2,10 @@
 // sends it one tool run at a time, which saves starting the compiler and the
 // translator (and loading their libraries) for every program.
 //
-// Request on standard input: working directory, output file, then the
-// command. Reply: the exit status the tool's own program would have had. The
-// run's messages go to the output file, as they would from a child process.
+// Standard input is a socket: first this process says it is ready (status 0);
+// then each request is working directory, output file and the command, and
+// its reply the exit status the tool's own program would have had. The run's
+// messages go to the output file, as they would from a child process.
 
 #include <cstdio>
 #include <string>
@@ -50,6 +51,7 @@ int main() {
     ::dup2(nowhere, STDIN_FILENO);
     point_output_at(nowhere);
 
+    if (!reference::send_status(channel, 0)) return 1;  // ready
     std::vector<std::string> request;
     while (reference::receive_strings(channel, request)) {
         if (request.size() < 3) return 1;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -30,8 +31,8 @@ std::string contents(const std::string& path) {
 void write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
 
 // A stand-in for the resident program: a script that misbehaves as asked.
-std::string fake_server(const TemporaryDirectory& directory, const std::string& body) {
-    const std::string path = directory.file("fake-server");
+std::string fake_server(const TemporaryDirectory& directory, const std::string& name, const std::string& body) {
+    const std::string path = directory.file(name);
     write(path, "#!/bin/sh\n" + body + "\n");
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     return path;
@@ -80,7 +81,13 @@ TEST(ResidentTools, WritesWhatTheProgramsWrite) {
     ChildProcessResult stuck = tools.run({"clang-14", "-c", "-x", "cl", "stuck.cl", "-o", "stuck.bc"},
                                          by_resident.path(), by_resident.file("stuck.txt"), 300ms);
     EXPECT_TRUE(stuck.timed_out);
-    EXPECT_TRUE(tools.run(steps[2], by_resident.path(), by_resident.file("again.txt"), 60s).succeeded());
+    // Relative paths are the caller's, however often the process has moved.
+    char relative[] = "resident-test-XXXXXX";
+    ASSERT_NE(::mkdtemp(relative), nullptr);
+    std::filesystem::copy_file(by_resident.file("kernel.bc"), std::string(relative) + "/kernel.bc");
+    for (int run = 0; run < 2; ++run)
+        EXPECT_TRUE(tools.run(steps[2], relative, std::string(relative) + "/again.txt", 60s).succeeded()) << run;
+    std::filesystem::remove_all(relative);
 }
 
 TEST(ResidentTools, AProcessThatDiesEndsOnlyItsRun) {
@@ -88,12 +95,18 @@ TEST(ResidentTools, AProcessThatDiesEndsOnlyItsRun) {
     const std::string log = directory.file("log.txt");
     const std::vector<std::string> command = {"clang-14", "--version"};
 
-    ResidentTools crashing(fake_server(directory, "kill -SEGV $$"));
+    // Says it is ready, reads the start of a request, then ends as asked.
+    const std::string ready = "printf '\\0\\0\\0\\0' >&0; head -c 4 <&0 >/dev/null; ";
+    ResidentTools crashing(fake_server(directory, "crashing", ready + "kill -SEGV $$"));
     EXPECT_EQ(crashing.run(command, directory.path(), log, 10s).signal_number, SIGSEGV);
     EXPECT_EQ(crashing.run(command, directory.path(), log, 10s).signal_number, SIGSEGV);
 
-    ResidentTools silent(fake_server(directory, "exit 0"));
+    ResidentTools silent(fake_server(directory, "silent", ready + "exit 0"));
     EXPECT_FALSE(silent.run(command, directory.path(), log, 10s).succeeded());
+
+    // Never ready (its libraries missing, say): the caller falls back.
+    ResidentTools broken(fake_server(directory, "broken", "exit 127"));
+    EXPECT_THROW(broken.run(command, directory.path(), log, 10s), std::runtime_error);
 
     ResidentTools missing(directory.file("no-such-server"));
     EXPECT_THROW(missing.run(command, directory.path(), log, 10s), std::runtime_error);
