@@ -50,7 +50,8 @@ std::string resident_tools_beside_this_library() {
     const size_t slash = path.rfind('/');
     path = (slash == std::string::npos ? std::string(".") : path.substr(0, slash)) + "/" + RESIDENT_TOOLS_NAME;
     struct stat status {};
-    const bool usable = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
+    const bool usable =
+        ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
     return usable ? path : "";
 }
 

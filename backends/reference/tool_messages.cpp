@@ -45,7 +45,9 @@ bool read_number(int fd, uint32_t& number) { return read_all(fd, &number, sizeof
 
 bool send_strings(int fd, const std::vector<std::string>& strings) {
     std::string message;
-    auto append_number = [&](uint32_t number) { message.append(reinterpret_cast<const char*>(&number), sizeof number); };
+    auto append_number = [&](uint32_t number) {
+        message.append(reinterpret_cast<const char*>(&number), sizeof number);
+    };
     append_number(static_cast<uint32_t>(strings.size()));
     for (const std::string& text : strings) {
         if (text.size() > LONGEST_STRING) return false;

@@ -15,10 +15,11 @@ namespace reference {
 
 namespace {
 
-const std::map<std::string, SPIRV::VersionNumber> VERSIONS = {
-    {"1.0", SPIRV::VersionNumber::SPIRV_1_0}, {"1.1", SPIRV::VersionNumber::SPIRV_1_1},
-    {"1.2", SPIRV::VersionNumber::SPIRV_1_2}, {"1.3", SPIRV::VersionNumber::SPIRV_1_3},
-    {"1.4", SPIRV::VersionNumber::SPIRV_1_4}};
+const std::map<std::string, SPIRV::VersionNumber> VERSIONS = {{"1.0", SPIRV::VersionNumber::SPIRV_1_0},
+                                                              {"1.1", SPIRV::VersionNumber::SPIRV_1_1},
+                                                              {"1.2", SPIRV::VersionNumber::SPIRV_1_2},
+                                                              {"1.3", SPIRV::VersionNumber::SPIRV_1_3},
+                                                              {"1.4", SPIRV::VersionNumber::SPIRV_1_4}};
 
 }  // namespace
 
@@ -52,7 +53,8 @@ int run_translator(const std::vector<std::string>& command) {
         llvm::errs() << buffer.getError().message() << "\n";
         return 1;
     }
-    llvm::Expected<std::unique_ptr<llvm::Module>> module = llvm::getOwningLazyBitcodeModule(std::move(*buffer), context);
+    llvm::Expected<std::unique_ptr<llvm::Module>> module =
+        llvm::getOwningLazyBitcodeModule(std::move(*buffer), context);
     llvm::Error materialised = module ? (*module)->materializeAll() : module.takeError();
     if (materialised) {
         llvm::errs() << llvm::toString(std::move(materialised)) << "\n";
