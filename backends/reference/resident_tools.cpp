@@ -13,7 +13,6 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,11 +47,8 @@ std::string resident_tools_beside_this_library() {
         return "";
     std::string path = info.dli_fname;
     const size_t slash = path.rfind('/');
-    path = (slash == std::string::npos ? std::string(".") : path.substr(0, slash)) + "/" + RESIDENT_TOOLS_NAME;
-    struct stat status {};
-    const bool usable =
-        ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
-    return usable ? path : "";
+    return find_executable((slash == std::string::npos ? std::string(".") : path.substr(0, slash)) + "/" +
+                           RESIDENT_TOOLS_NAME);
 }
 
 ResidentTools::ResidentTools(std::string executable) : executable_(std::move(executable)) {}
