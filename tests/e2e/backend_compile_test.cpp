@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <tuple>
 
@@ -64,21 +63,6 @@ SpirvBuilder& add_specialization_constants(SpirvBuilder& builder, bool flag, uin
         .type_int(3, 32, true)
         .spec_bool(2, 7, flag)
         .spec_constant(3, 8, {int_value});
-}
-
-// Bytes as the plug-in logs them.
-std::string logged(const std::string& bytes) {
-    std::string text;
-    for (unsigned char c : bytes) {
-        char hex[8];
-        std::snprintf(hex, sizeof(hex), "\\x%02x", c);
-        text += c == '\n'               ? "\\n"
-                : c == '\t'             ? "\\t"
-                : c == '\\'             ? "\\\\"
-                : c >= 0x20 && c < 0x7f ? std::string(1, static_cast<char>(c))
-                                        : hex;
-    }
-    return text;
 }
 
 TEST(BackendCompile, OptionsSentForEachApiAndStage) {
@@ -207,7 +191,7 @@ TEST(BackendCompile, VulkanModuleIsEditedBeforeTheBackEndSeesIt) {
     std::vector<std::string> compiles = shadex.compiles();
     ASSERT_EQ(compiles.size(), 1u);
     EXPECT_TRUE(contains(compiles[0], "\tspirv_binary_length=" + std::to_string(expected.size())));
-    EXPECT_EQ(compiles[0].substr(compiles[0].find("\tsource=") + 8), logged(expected));
+    EXPECT_EQ(compiles[0].substr(compiles[0].find("\tsource=") + 8), scripted_log_escape(expected));
 }
 
 TEST(BackendCompile, BackEndFailuresEndTheRunCleanly) {

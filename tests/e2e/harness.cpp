@@ -109,6 +109,8 @@ std::string read_file(const std::string& path) {
     return content.str();
 }
 
+std::string golden(const std::string& name) { return read_file(SHADEX_SOURCE_DIR "/tests/e2e/golden/" + name); }
+
 Install::Install() {
     fs::copy_file(SHADEX_BINARY, binary());
     fs::copy_file(SHADEX_SUITE_BINARY, suite_binary());

@@ -39,6 +39,8 @@ private:
 };
 
 std::string read_file(const std::string& path);
+// Expected output kept as data, under tests/e2e/golden/.
+std::string golden(const std::string& name);
 
 inline bool contains(const std::string& text, const std::string& piece) {
     return text.find(piece) != std::string::npos;

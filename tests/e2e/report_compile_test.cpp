@@ -51,16 +51,6 @@ std::string section(const std::string& report, const std::string& title, const s
     return start == std::string::npos ? "" : report.substr(start, report.find(next, start) - start);
 }
 
-std::string golden(const std::string& name) {
-    return read_file(std::string(SHADEX_SOURCE_DIR) + "/tests/e2e/golden/" + name);
-}
-
-// The text report's opening section for an OpenGL ES fragment shader.
-std::string configuration(const std::string& hardware, const std::string& architecture) {
-    return "Configuration\n=============\n\nHardware: " + hardware + "\nArchitecture: " + architecture +
-           "\nDriver: r40p0-00rel0\nShader type: OpenGL ES Fragment\n\n";
-}
-
 class CompileReport : public ::testing::Test {
 protected:
     ScriptedShadex shadex;
@@ -125,26 +115,7 @@ TEST_F(CompileReport, ErrorsQuoteTheirSourceLines) {
     shadex.write("broken.frag",
                  "#version 310 es\r\nprecision mediump float;\r\nvoid main() {\r\n"
                  "    gl_FragColor = x;\r\n}\r\n");
-    EXPECT_EQ(text({"-c", "Koro-N22", "broken.frag"}, 1),
-              configuration("Koro-N22 r1p0", "Ostrem") + R"(Compiler messages
-=================
-
-WARNING: 0:2: 'precision' : ignored
-ERROR: 0:1: '' : first line problem
-  >> #version 310 es
-     precision mediump float;
-
-ERROR: 0:3: 'x' : middle line problem
-     precision mediump float;
-  >> void main() {
-         gl_FragColor = x;
-
-ERROR: 0:5: '}' : last line problem
-         gl_FragColor = x;
-  >> }
-
-Compilation failed.
-)");
+    EXPECT_EQ(text({"-c", "Koro-N22", "broken.frag"}, 1), golden("ostrem_source_messages.txt"));
 
     json document = json_report({"-c", "Koro-N22", "broken.frag"}, 1);
     EXPECT_EQ(document["schema"], json({{"name", "error"}, {"version", 0}}));
@@ -257,38 +228,7 @@ TEST_F(CompileReport, KoroL220KeepsEveryRenderTargetAndHasNoProperties) {
               "load_store_longest_path 1; texture_longest_path 2"));
     // Tarsel registers: 16 work registers, and the 24-entry file shared with
     // the uniforms.
-    EXPECT_EQ(text({"-c", "Koro-L220", "shader.frag"}), configuration("Koro-L220 r0p0", "Tarsel") + R"(Main shader
-===========
-
-Render target 0 variant
------------------------
-
-Work registers: 6 (37% used at 50% occupancy)
-Uniform registers: 9 (50% used)
-Stack spilling: false
-
-                                A      LS       T    Bound
-Total instruction cycles:    3.00    1.00    2.00        A
-Shortest path cycles:        2.00    1.00    2.00     A, T
-Longest path cycles:          N/A     N/A     N/A      N/A
-
-A = Arithmetic, LS = Load/Store, T = Texture
-
-Render target 1 variant
------------------------
-
-Work registers: 2 (12% used at 100% occupancy)
-Uniform registers: 2 (9% used)
-Stack spilling: false
-
-                                A    Bound
-Total instruction cycles:    1.00        A
-Shortest path cycles:        1.00        A
-Longest path cycles:         1.00        A
-
-A = Arithmetic
-
-)");
+    EXPECT_EQ(text({"-c", "Koro-L220", "shader.frag"}), golden("tarsel_render_targets.txt"));
 }
 
 TEST_F(CompileReport, TarselNormalisesOnlyTheArithmeticTotal) {
@@ -300,29 +240,7 @@ TEST_F(CompileReport, TarselNormalisesOnlyTheArithmeticTotal) {
               "variant; render_target 1; work_registers_used 16; arithmetic_cycles 9"));
     // Koro-L380 has three arithmetic pipes; its dropped second render target
     // still counts as uniform computation.
-    EXPECT_EQ(text({"-c", "Koro-L380", "shader.frag"}), configuration("Koro-L380 r0p0", "Tarsel") + R"(Main shader
-===========
-
-Work registers: 4 (25% used at 100% occupancy)
-Uniform registers: 10 (50% used)
-Stack spilling: false
-
-                                A      LS       T    Bound
-Total instruction cycles:    2.00    3.00    1.00       LS
-Shortest path cycles:        6.00    3.00    1.00        A
-Longest path cycles:         6.00    3.00    1.00        A
-
-A = Arithmetic, LS = Load/Store, T = Texture
-
-Shader properties
-=================
-
-Has uniform computation: true
-
-Note: This tool shows only the shader-visible property state.
-API configuration may also impact the value of some properties.
-
-)");
+    EXPECT_EQ(text({"-c", "Koro-L380", "shader.frag"}), golden("tarsel_uniform_computation.txt"));
 }
 
 // Per-line costs go through the totals' fix-ups and map back to the user's
@@ -344,32 +262,9 @@ TEST_F(CompileReport, SourceLineCostsOnPelion) {
                          "stat source_line_stack | 0:7:16\n"
                          "stat source_line_loops | 0:7:8;0:6:unknown\n");
     const std::vector<std::string> args = {"-c", "Koro-N503", "-d", "--annotate", "a.frag", "b.frag"};
-    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), R"(Source line costs
------------------
-
-  Line                   A     FMA     CVT     SFU      LS       V       T  Regs  Loop Stack  Source
-* a.frag:2            1.00    1.00    0.00    0.00    2.00    1.00    0.00     4              precision mediump float;
-* b.frag:3            3.00    2.00    1.00    0.00    0.00    0.00    1.00     9     ?        color = light(vec3(1.0)) *
-  b.frag:4            0.00    0.00    0.00    0.00    0.00    0.00    0.00           8    16  for (int i = 0; i < 8; ++i
-* inc/light.glsl:3    1.25    1.00    0.00    1.00    0.00    0.00    0.00                    vec4 light(vec3 n) { retur
-  (no line)           0.00    0.00    0.00    0.00    2.00    0.00    0.00
-
-Note: Figures are static counts per source line, not measurements. Regs = live work registers,
-Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on the stack.
-* = the five lines costing most on the bounding pipeline, A.
-
-)");
-    EXPECT_EQ(json_report(args)["shaders"][0]["variants"][0]["source_lines"], json::parse(R"([
-        {"cycles":[1.0,1.0,0.0,0.0,2.0,1.0,0.0],"file":"a.frag","line":2,"source":"precision mediump float;",
-         "stack_bytes":0,"work_registers":4},
-        {"cycles":[3.0,2.0,1.0,0.0,0.0,0.0,1.0],"file":"b.frag","line":3,"loop_trip_count":null,
-         "source":" \t  color = light(vec3(1.0)) * vec4(0.25, 0.5, 0.75, 1.0);","stack_bytes":0,"work_registers":9},
-        {"cycles":[0.0,0.0,0.0,0.0,0.0,0.0,0.0],"file":"b.frag","line":4,"loop_trip_count":8,
-         "source":"    for (int i = 0; i < 8; ++i) color += vec4(0.1);","stack_bytes":16,"work_registers":null},
-        {"cycles":[1.25,1.0,0.0,1.0,0.0,0.0,0.0],"file":"inc/light.glsl","line":3,
-         "source":"vec4 light(vec3 n) { return vec4(n, 1.0); }","stack_bytes":0,"work_registers":null},
-        {"cycles":[0.0,0.0,0.0,0.0,2.0,0.0,0.0],"file":null,"line":null,"source":null,"stack_bytes":0,
-         "work_registers":null}])"));
+    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), golden("pelion_source_lines.txt"));
+    EXPECT_EQ(json_report(args)["shaders"][0]["variants"][0]["source_lines"],
+              json::parse(golden("pelion_source_lines.json")));
 }
 
 // Tarsel's per-pipe keys put its pipes in key order; a line's figures come as
@@ -384,22 +279,7 @@ TEST_F(CompileReport, SourceLineCostsOnTarsel) {
                                "texture_longest_path 1; load_store_longest_path 3") +
                          "stat source_line_costs | 0:1:6/0/0;0:2:3/1/0;0:3:9/0/0;0:4:3/0/0;0:5:3/0/1;0:6:12/2/0\n");
     const std::vector<std::string> args = {"-c", "Koro-L380", "--annotate", "t.frag"};
-    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), R"(Source line costs
------------------
-
-  Line       A       T      LS  Regs  Loop Stack  Source
-* 1       2.00    0.00    0.00                    precision mediump float;
-* 2       1.00    0.00    1.00                    uniform sampler2D s;
-* 3       3.00    0.00    0.00                    varying vec2 uv;
-* 4       1.00    0.00    0.00                    void main() {
-  5       1.00    1.00    0.00                    gl_FragColor = texture2D(s, uv) * 2.0;
-* 6       4.00    0.00    2.00                    }
-
-Note: Figures are static counts per source line, not measurements. Regs = live work registers,
-Loop = trip count of the innermost loop (? when unknown), Stack = bytes put on the stack.
-* = the five lines costing most on the bounding pipeline, A.
-
-)");
+    EXPECT_EQ(section(text(args), "Source line costs", "Shader properties"), golden("tarsel_source_lines.txt"));
     EXPECT_EQ(json_report(args)["shaders"][0]["variants"][0]["source_lines"][1]["cycles"], json({1.0, 0.0, 1.0}));
 }
 

@@ -41,11 +41,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -54,6 +52,7 @@
 #include <string>
 #include <vector>
 
+#include "scripted_files.h"
 #include "shadex_abi.h"
 
 namespace {
@@ -149,53 +148,49 @@ Text as_text(const std::string& field) {
     return field;
 }
 
-void read_answer_line(CompileAnswer& answer, const std::string& word, const std::string& rest,
-                      const std::vector<std::string>& fields, const std::function<void()>& wrong) {
-    if (word == "when" && fields.size() == 3 && fields[0] == "option") {
-        answer.option_conditions.emplace_back(fields[1], fields[2]);
-    } else if (word == "when" && fields.size() == 2 && fields[0] == "source") {
-        answer.source_conditions.push_back(fields[1]);
-    } else if (word == "status" && fields.size() == 1) {
-        answer.status = static_cast<shadex_u32>(std::stoul(fields[0]));
-    } else if (word == "variant") {
-        answer.variants.emplace_back();
-    } else if (word == "stat" && fields.size() == 2) {
-        if (answer.variants.empty()) answer.variants.emplace_back();
-        answer.variants.back().push_back({as_text(fields[0]), as_text(fields[1])});
-    } else if (word == "error") {
-        answer.errors.push_back(rest);
-    } else if (word == "warning") {
-        answer.warnings.push_back(rest);
-    } else if (word == "crash" && rest.empty()) {
-        answer.crash = true;
-    } else if (word == "hang" && rest.empty()) {
-        answer.hang = true;
-    } else {
-        wrong();
-    }
-}
-
-void read_scenario_line(Scenario& scenario, const std::string& word, const std::string& rest,
-                        const std::vector<std::string>& fields, const std::function<void()>& wrong) {
-    if (word == "api") {
+// Takes one directive into the scenario; false when the line is not one.
+bool read_line(Scenario& scenario, bool& in_answer, const std::string& word, const std::string& rest) {
+    const std::vector<std::string> fields = fields_of(rest);
+    const size_t n = fields.size();
+    if (in_answer) {
+        CompileAnswer& answer = scenario.answers.back();
+        if (word == "end") {
+            in_answer = false;
+        } else if (word == "when" && n == 3 && fields[0] == "option") {
+            answer.option_conditions.emplace_back(fields[1], fields[2]);
+        } else if (word == "when" && n == 2 && fields[0] == "source") {
+            answer.source_conditions.push_back(fields[1]);
+        } else if (word == "status" && n == 1) {
+            answer.status = static_cast<shadex_u32>(std::stoul(fields[0]));
+        } else if (word == "variant" || (word == "stat" && n == 2)) {
+            if (word == "variant" || answer.variants.empty()) answer.variants.emplace_back();
+            if (word == "stat") answer.variants.back().push_back({as_text(fields[0]), as_text(fields[1])});
+        } else if (word == "error" || word == "warning") {
+            (word == "error" ? answer.errors : answer.warnings).push_back(rest);
+        } else if ((word == "crash" || word == "hang") && rest.empty()) {
+            (word == "crash" ? answer.crash : answer.hang) = true;
+        } else {
+            return false;
+        }
+    } else if (word == "api") {
         std::istringstream numbers(rest);
-        if (!(numbers >> scenario.api_major >> scenario.api_minor)) wrong();
-    } else if (word == "meta" && fields.size() == 2) {
-        scenario.metadata.push_back({as_text(fields[0]), as_text(fields[1])});
-    } else if (word == "core" && fields.size() == 2) {
-        scenario.cores.push_back({as_text(fields[0]), as_text(fields[1])});
-    } else if (word == "core_cap" && fields.size() == 3) {
+        return static_cast<bool>(numbers >> scenario.api_major >> scenario.api_minor);
+    } else if ((word == "meta" || word == "core") && n == 2) {
+        (word == "meta" ? scenario.metadata : scenario.cores).push_back({as_text(fields[0]), as_text(fields[1])});
+    } else if (word == "core_cap" && n == 3) {
         scenario.core_caps.push_back({fields[0], {as_text(fields[1]), as_text(fields[2])}});
-    } else if (word == "fail" && (fields.size() == 2 || fields.size() == 3)) {
+    } else if (word == "fail" && (n == 2 || n == 3)) {
         scenario.failures[fields[0]] = {static_cast<shadex_u32>(std::stoul(fields[1])),
-                                        fields.size() == 3 ? std::stoul(fields[2]) : 0};
-    } else if (word == "break" && fields.size() == 1) {
+                                        n == 3 ? std::stoul(fields[2]) : 0};
+    } else if (word == "break" && n == 1) {
         scenario.breaks.insert(fields[0]);
     } else if (word == "compile") {
         scenario.answers.emplace_back();
+        in_answer = true;
     } else {
-        wrong();
+        return false;
     }
+    return true;
 }
 
 Scenario read_scenario() {
@@ -206,23 +201,14 @@ Scenario read_scenario() {
     for (std::string line; std::getline(file, line);) {
         ++number;
         if (line.empty() || line[0] == '#') continue;
-        size_t space = line.find(' ');
-        std::string word = line.substr(0, space);
-        std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
-        std::vector<std::string> fields = fields_of(rest);
-        auto wrong = [&] { log_line("scenario_error\tline " + std::to_string(number) + ": " + line); };
+        const size_t space = line.find(' ');
+        bool understood = false;
         try {
-            if (in_answer && word == "end") {
-                in_answer = false;
-            } else if (in_answer) {
-                read_answer_line(scenario.answers.back(), word, rest, fields, wrong);
-            } else {
-                read_scenario_line(scenario, word, rest, fields, wrong);
-                in_answer = word == "compile";
-            }
+            understood = read_line(scenario, in_answer, line.substr(0, space),
+                                   space == std::string::npos ? "" : line.substr(space + 1));
         } catch (const std::exception&) {  // a number that does not parse
-            wrong();
         }
+        if (!understood) log_line("scenario_error\tline " + std::to_string(number) + ": " + line);
     }
     return scenario;
 }
@@ -236,20 +222,6 @@ shadex_u32 injected_failure(const Scenario& scenario, const std::string& entry) 
     shadex_u32 status = earlier_calls >= found->second.second ? found->second.first : 0;
     if (status != 0) log_line(entry + "_failed\tstatus=" + std::to_string(status));
     return status;
-}
-
-[[maybe_unused]] std::string escaped(const std::string& bytes) {
-    std::string text;
-    for (unsigned char c : bytes) {
-        char hex[8];
-        switch (c) {
-            case '\n': text += "\\n"; break;
-            case '\t': text += "\\t"; break;
-            case '\\': text += "\\\\"; break;
-            default: std::snprintf(hex, sizeof(hex), c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x", c); text += hex;
-        }
-    }
-    return text;
 }
 
 [[maybe_unused]] std::string text_or_null(const char* text) { return text ? text : "<null>"; }
@@ -353,7 +325,7 @@ shadex_u32 shadex_compile(const shadex_inputs* inputs, shadex_outputs* outputs) 
                        "\trevision=" + text_or_null(inputs->hardware.revision);
     for (const auto& [key, value] : options) line += "\t" + key + "=" + value;
     line += "\tsource_length=" + std::to_string(length);
-    line += "\tsource=" + escaped(source.substr(0, 512));
+    line += "\tsource=" + scripted_log_escape(source.substr(0, 512));
 
     auto found = std::find_if(scenario.answers.begin(), scenario.answers.end(), [&](const CompileAnswer& candidate) {
         return answer_applies(candidate, options, source);

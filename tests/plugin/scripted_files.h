@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -34,3 +35,14 @@ std::vector<std::string> calls_of(const std::vector<std::string>& log, const std
 // never handed out (or twice), scenario mistakes, and get/release counts that
 // do not pair up. Empty when every record came back exactly once.
 std::string release_problems(const std::vector<std::string>& log);
+
+// Bytes as the log shows a compile's source: \n, \t, \\ and \xHH escapes.
+inline std::string scripted_log_escape(const std::string& bytes) {
+    std::string text;
+    for (unsigned char c : bytes) {
+        char hex[8];
+        std::snprintf(hex, sizeof(hex), c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x", c);
+        text += c == '\n' ? "\\n" : c == '\t' ? "\\t" : c == '\\' ? "\\\\" : hex;
+    }
+    return text;
+}

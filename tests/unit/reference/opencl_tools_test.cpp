@@ -1,4 +1,8 @@
+// Running the OpenCL tools: as child processes, or in the resident process
+// that must behave exactly like them.
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <chrono>
 #include <csignal>
@@ -6,16 +10,18 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <sys/stat.h>
-
+#include "child_process.h"
 #include "resident_tools.h"
 #include "temporary_directory.h"
 
 using reference::ChildProcessResult;
+using reference::find_executable;
 using reference::ResidentTools;
+using reference::run_child_process;
 using reference::TemporaryDirectory;
 using namespace std::chrono_literals;
 
@@ -40,6 +46,37 @@ std::string fake_server(const TemporaryDirectory& directory, const std::string& 
 
 }  // namespace
 
+TEST(OpenCLChildProcess, ArgumentsReachTheProgramUntouched) {
+    TemporaryDirectory directory("child-test");
+    const std::string output = directory.file("out.txt");
+    const std::string tricky = "a;b|c&d $(touch pwned) `id` 'q' \"r\" * \\";
+    auto run = run_child_process({"printf", "%s|%s", tricky, ""}, directory.path(), output, 10s);
+    EXPECT_TRUE(run.succeeded());
+    EXPECT_EQ(contents(output), tricky + "|");
+
+    // Runs in the directory it is given, with stderr in the same file.
+    run = run_child_process({"ls", "out.txt", "missing-file"}, directory.path(), output, 10s);
+    EXPECT_TRUE(run.exited);
+    EXPECT_NE(run.exit_status, 0);
+    EXPECT_NE(contents(output).find("out.txt"), std::string::npos);
+    EXPECT_NE(contents(output).find("missing-file"), std::string::npos);
+}
+
+TEST(OpenCLChildProcess, FailuresAreReported) {
+    TemporaryDirectory directory("child-test");
+    const std::string output = directory.file("out.txt");
+    EXPECT_THROW(run_child_process({"no-such-program-here"}, directory.path(), output, 10s), std::runtime_error);
+    EXPECT_THROW(run_child_process({"true"}, directory.file("no-such-dir"), output, 10s), std::runtime_error);
+    EXPECT_EQ(find_executable("no-such-program-here"), "");
+    EXPECT_NE(find_executable("sh"), "");
+
+    auto started = std::chrono::steady_clock::now();
+    auto run = run_child_process({"sleep", "30"}, directory.path(), output, 200ms);
+    EXPECT_TRUE(run.timed_out);
+    EXPECT_FALSE(run.succeeded());
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+}
+
 // Every file a compile leaves, and every message, is what the programs give.
 TEST(ResidentTools, WritesWhatTheProgramsWrite) {
     if (!std::filesystem::exists(SERVER)) GTEST_SKIP() << "built without the compiler's libraries";
@@ -52,8 +89,9 @@ TEST(ResidentTools, WritesWhatTheProgramsWrite) {
          "broken.bc"},
         {"llvm-spirv-14", "--spirv-max-version=1.4", "broken.bc", "-o", "broken.spv"},
     };
-    const std::string kernel = "kernel void scale(global float* data, float by) {\n"
-                               "  int unused;\n  data[get_global_id(0)] *= native_exp(by);\n}\n";
+    const std::string kernel =
+        "kernel void scale(global float* data, float by) {\n"
+        "  int unused;\n  data[get_global_id(0)] *= native_exp(by);\n}\n";
     TemporaryDirectory by_program("resident-test"), by_resident("resident-test");
     ResidentTools tools(SERVER);
     for (const TemporaryDirectory* directory : {&by_program, &by_resident}) {
