@@ -52,6 +52,10 @@ void fatal_error(void* diagnostics, const char* message, bool) {
 // job's memory is freed: this process compiles many programs.
 int run_frontend_job(llvm::SmallVectorImpl<const char*>& arguments) {
     const char* executable = arguments[0];
+    if (arguments.size() < 2 || llvm::StringRef(arguments[1]) != "-cc1") {
+        llvm::errs() << "unsupported job: " << (arguments.size() < 2 ? "" : arguments[1]) << "\n";
+        return 1;
+    }
     llvm::SmallVector<const char*, 64> job;
     for (size_t index = 2; index < arguments.size(); ++index)
         if (llvm::StringRef(arguments[index]) != "-disable-free") job.push_back(arguments[index]);
