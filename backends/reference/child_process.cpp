@@ -56,16 +56,8 @@ bool wait_until_ended(pid_t pid, std::chrono::milliseconds limit) {
     const int process = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
     if (process >= 0) {
         FileDescriptor owner(process);
-        pollfd watched{process, POLLIN, 0};
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        for (;;) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-            if (left.count() <= 0) return false;
-            const int ready = ::poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1 << 30)));
-            if (ready > 0) return true;
-            if (ready < 0 && errno != EINTR) break;
-        }
+        const Readiness ready = wait_until_readable(process, limit);
+        if (ready != Readiness::Failed) return ready == Readiness::Readable;
     }
     const auto deadline = std::chrono::steady_clock::now() + limit;
     for (;;) {
@@ -89,6 +81,19 @@ int wait_for(pid_t pid, bool block) {
 }
 
 }  // namespace
+
+Readiness wait_until_readable(int fd, std::chrono::milliseconds limit) {
+    pollfd watched{fd, POLLIN, 0};
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return Readiness::TimedOut;
+        const int ready = ::poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1 << 30)));
+        if (ready > 0) return Readiness::Readable;
+        if (ready < 0 && errno != EINTR) return Readiness::Failed;
+    }
+}
 
 std::string find_executable(const std::string& name) {
     if (name.empty()) return "";

@@ -17,6 +17,10 @@ struct ChildProcessResult {
     bool succeeded() const { return exited && exit_status == 0; }
 };
 
+// Waits up to limit for something to read on fd (or its end).
+enum class Readiness { Readable, TimedOut, Failed };
+Readiness wait_until_readable(int fd, std::chrono::milliseconds limit);
+
 // The full path of an executable: a name holding '/' is taken as it is, any
 // other is looked for in PATH. Empty when there is none.
 std::string find_executable(const std::string& name);

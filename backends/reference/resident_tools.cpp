@@ -1,6 +1,5 @@
 #include "resident_tools.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -10,7 +9,6 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -24,20 +22,6 @@ namespace {
 
 const char* const RESIDENT_TOOLS_NAME = "shadex-opencl-tools";
 const std::chrono::seconds STARTUP_LIMIT{30};
-
-// Waits for a reply; false when none came within limit.
-bool wait_for_reply(int channel, std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0) return false;
-        pollfd watched{channel, POLLIN, 0};
-        const int ready = ::poll(&watched, 1, static_cast<int>(std::min<long long>(left.count(), 1 << 30)));
-        if (ready > 0) return true;
-        if (ready < 0 && errno != EINTR) return true;  // the read that follows reports it
-    }
-}
 
 }  // namespace
 
@@ -82,7 +66,8 @@ void ResidentTools::start() {
     channel_ = ends[0];
     // It says when it is ready; one that cannot load its libraries never does.
     int32_t ready = -1;
-    if (!wait_for_reply(channel_, STARTUP_LIMIT) || !receive_status(channel_, ready) || ready != 0) {
+    if (wait_until_readable(channel_, STARTUP_LIMIT) == Readiness::TimedOut || !receive_status(channel_, ready) ||
+        ready != 0) {
         stop(true);
         throw std::runtime_error(executable_ + " did not start");
     }
@@ -133,7 +118,7 @@ ChildProcessResult ResidentTools::run(const std::vector<std::string>& command, c
     request.insert(request.end(), command.begin(), command.end());
     int32_t status = 0;
     if (!send_strings(channel_, request)) return stop_without_reply(true);
-    if (!wait_for_reply(channel_, time_limit)) {
+    if (wait_until_readable(channel_, time_limit) == Readiness::TimedOut) {
         ChildProcessResult result = stop(true);
         result.timed_out = true;
         return result;

@@ -16,9 +16,8 @@ constexpr uint32_t MOST_STRINGS = 1u << 16;
 bool write_all(int fd, const void* data, size_t size) {
     const char* bytes = static_cast<const char*>(data);
     while (size > 0) {
-        // A socket: MSG_NOSIGNAL turns a vanished reader into an error.
+        // MSG_NOSIGNAL turns a vanished reader into an error.
         ssize_t written = ::send(fd, bytes, size, MSG_NOSIGNAL);
-        if (written < 0 && errno == ENOTSOCK) written = ::write(fd, bytes, size);
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return false;
         bytes += written;

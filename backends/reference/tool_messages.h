@@ -10,7 +10,7 @@
 namespace reference {
 
 // Both return false when the other end has gone (or the message is cut
-// short); writing never raises SIGPIPE.
+// short); fd is a stream socket, so writing never raises SIGPIPE.
 bool send_strings(int fd, const std::vector<std::string>& strings);
 bool receive_strings(int fd, std::vector<std::string>& strings);
 
