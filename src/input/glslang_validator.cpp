@@ -5,7 +5,6 @@
 
 #include "common/koro_exception.h"
 #include "common/platform.h"
-#include "common/promise.h"
 #include "common/text.h"
 #include "input/input_reader.h"
 #include "input/spirv_module.h"
@@ -22,6 +21,8 @@ namespace {
 const std::string ERROR_PREFIX = "ERROR: ";
 const std::string LINK_ERROR_PREFIX = "ERROR: Linking ";
 const std::string MESSAGE_CODE = "X0000: ";
+// What the validator is asked to write, in the conversion's own directory.
+const char* const MODULE_FILE_NAME = "temp-binary.spv";
 
 // "Linking fragment stage: Missing entry point" -> "X0000: Missing entry point".
 std::string translate_link_error(const std::string& text) {
@@ -69,7 +70,7 @@ std::string GlslangValidator::generate_spirv_binary(const std::string& validator
     if (source.empty()) throw GlslangInputError("Source file " + source + " is empty.");
     if (!does_file_exist(source)) throw GlslangInputError("Source file " + source + " not found.");
 
-    std::string output_path = tempdir + get_path_sep() + "temp-binary.spv";
+    std::string output_path = tempdir + get_path_sep() + MODULE_FILE_NAME;
     std::vector<std::string> arguments =
         glslang_arguments(validator, source, output_path, defines, version, entrypoint, include_dirs, debug_info);
     relaxed = needs_entrypoint_rename(entrypoint);
@@ -116,45 +117,50 @@ std::vector<std::string> translate_glslang_errors(const std::string& output, con
 
 std::string debug_info_source_name(SourceType stage) { return get_extension(stage, false); }
 
+ConversionScratch::ConversionScratch(const Bytes& source, SourceType stage)
+    : directory(get_temp_dir()),
+      source_path(directory + get_path_sep() + get_extension(stage, false)),
+      output_path(directory + get_path_sep() + MODULE_FILE_NAME) {
+    std::ofstream file(source_path, std::ios::binary | std::ios::trunc);
+    if (!file.is_open()) {
+        remove_all();
+        throw KoroException_("Failed to create temp file.");
+    }
+    file.write(reinterpret_cast<const char*>(source.data()), static_cast<std::streamsize>(source.size()));
+}
+
+ConversionScratch::~ConversionScratch() { remove_all(); }
+
+void ConversionScratch::remove_all() const {
+    std::remove(output_path.c_str());
+    std::remove(source_path.c_str());
+    remove_dir(directory);
+}
+
 Bytes compile_to_spirv(const Bytes& source, const std::vector<std::string>& defines, const std::string& version,
                        const std::string& entrypoint, SourceType stage, std::vector<std::string>& messages,
                        bool& relaxed, const std::vector<std::string>& include_dirs, bool debug_info) {
     relaxed = false;
-    const std::string separator = get_path_sep();
-    const std::string validator_path = get_executable_dir() + separator + "external/glslang";
-    const std::string tempdir = get_temp_dir();
+    const std::string validator_path = get_executable_dir() + get_path_sep() + "external/glslang";
     // The validator infers the stage from the extension, so the extension
-    // alone makes the file name.
-    const std::string source_path = tempdir + separator + get_extension(stage, false);
-    const std::string output_path = tempdir + separator + "temp-binary.spv";
-
-    // Whatever happens below, nothing is left in the temporary directory.
-    Promise cleanup([source_path, output_path, tempdir] {
-        std::remove(output_path.c_str());
-        std::remove(source_path.c_str());
-        remove_dir(tempdir);
-    });
-
-    {
-        std::ofstream file(source_path, std::ios::binary | std::ios::trunc);
-        if (!file.is_open()) throw KoroException_("Failed to create temp file.");
-        file.write(reinterpret_cast<const char*>(source.data()), static_cast<std::streamsize>(source.size()));
-    }
+    // alone makes the file name. Nothing is left behind, whatever happens.
+    const ConversionScratch scratch(source, stage);
 
     std::string binary_path;
     try {
         GlslangValidator validator(validator_path);
-        binary_path = GlslangValidator::generate_spirv_binary(validator.path, tempdir, source_path, defines, version,
-                                                              entrypoint, relaxed, include_dirs, debug_info);
+        binary_path = GlslangValidator::generate_spirv_binary(validator.path, scratch.directory, scratch.source_path,
+                                                              defines, version, entrypoint, relaxed, include_dirs,
+                                                              debug_info);
     } catch (const GlslangBinaryError&) {
         throw KoroException_("Packaged glslang binary not found");
     } catch (const GlslangInputError& error) {
-        for (auto& message : translate_glslang_errors(error.what(), source_path))
+        for (auto& message : translate_glslang_errors(error.what(), scratch.source_path))
             messages.push_back(std::move(message));
         return {};
     }
     Bytes module = read_inputs({binary_path});
     // The private directory is in the name; a module must not differ from run to run.
-    if (debug_info) rename_spirv_string(module, source_path, debug_info_source_name(stage));
+    if (debug_info) rename_spirv_string(module, scratch.source_path, debug_info_source_name(stage));
     return module;
 }

@@ -75,6 +75,24 @@ std::vector<std::string> translate_glslang_errors(const std::string& output, con
 // names a source in its own directory.
 std::string debug_info_source_name(SourceType stage);
 
+// A conversion's private directory, holding the source under the name the
+// validator infers the stage from; removed, with what the conversion wrote,
+// when it goes out of scope. An in-process conversion uses one too, so that
+// an include resolved from the source's directory finds what the validator's
+// would.
+class ConversionScratch {
+public:
+    ConversionScratch(const Bytes& source, SourceType stage);
+    ~ConversionScratch();
+    ConversionScratch(const ConversionScratch&) = delete;
+    ConversionScratch& operator=(const ConversionScratch&) = delete;
+
+    const std::string directory, source_path, output_path;
+
+private:
+    void remove_all() const;
+};
+
 // Converts Vulkan GLSL with the validator under the executable's directory.
 // On a conversion failure the reasons are appended to `messages` and the
 // result is empty. A missing or untrusted validator raises KoroException_.

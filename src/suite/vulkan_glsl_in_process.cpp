@@ -7,7 +7,7 @@
 #include "common/koro_exception.h"
 #include "common/platform.h"
 #include "input/glslang_validator.h"
-#include "input/include_search.h"
+#include "suite/validator_includer.h"
 
 namespace {
 
@@ -81,10 +81,13 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
                                      std::vector<std::string>& messages, bool& relaxed,
                                      const std::vector<std::string>& include_dirs, bool debug_info) {
     const EShLanguage language = language_of(stage);
-    if (!include_dirs.empty() || has_include_directive(source) || language == EShLangCount)
+    if (language == EShLangCount)
         return compile_to_spirv(source, defines, version, entrypoint, stage, messages, relaxed, include_dirs,
                                 debug_info);
 
+    // The validator's own copy of the source: an include may resolve from its
+    // directory, and messages name it as the validator's do.
+    const ConversionScratch scratch(source, stage);
     // The validator must be there and trusted, as for a conversion it runs.
     static const bool trusted =
         GlslangValidator::validate_trusted(get_executable_dir() + get_path_sep() + "external/glslang");
@@ -92,10 +95,9 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
     static const GlslangProcess process;
 
     relaxed = needs_entrypoint_rename(entrypoint);
-    // The name the validator would give the source; messages lose it again.
-    // With debug info it is in the module, named as the validator's is.
-    const std::string name =
-        debug_info ? debug_info_source_name(stage) : "/shadex-in-process/" + get_extension(stage, false);
+    // With debug info the name is in the module, as the validator's module
+    // names it once shadex has renamed it.
+    const std::string name = debug_info ? debug_info_source_name(stage) : scratch.source_path;
     const char* text = reinterpret_cast<const char*>(source.data());
     const int length = static_cast<int>(source.size());
     const char* names[] = {name.c_str()};
@@ -118,7 +120,7 @@ Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std:
     const EShMessages rules = static_cast<EShMessages>(EShMsgSpvRules | EShMsgVulkanRules | EShMsgHlslLegalization |
                                                        (debug_info ? EShMsgDebugInfo : EShMsgDefault));
 
-    glslang::TShader::ForbidIncluder includer;
+    ValidatorIncluder includer(scratch.directory, include_dirs);
     const bool compiled = shader.parse(GetDefaultResources(), 100, false, rules, includer);
     glslang::TProgram program;  // destroyed before the shader it links
     program.addShader(&shader);

@@ -9,9 +9,8 @@
 
 #include "common/vocabulary.h"
 
-// The same contract as compile_to_spirv (input/glslang_validator.h). A source
-// that includes files, or a run with include directories, goes to the
-// validator itself: its include search is the validator's own.
+// The same contract as compile_to_spirv (input/glslang_validator.h), includes
+// and their search order too.
 Bytes convert_vulkan_glsl_in_process(const Bytes& source, const std::vector<std::string>& defines,
                                      const std::string& version, const std::string& entrypoint, SourceType stage,
                                      std::vector<std::string>& messages, bool& relaxed,

@@ -64,13 +64,39 @@ TEST(Suite, VulkanGlslConvertsAsTheValidatorDoes) {
     files.write("rays.rgen",
                 "#version 460\n#extension GL_EXT_ray_tracing : require\n"
                 "layout(location = 0) rayPayloadEXT vec3 hit;\nvoid main() { hit = vec3(gl_LaunchIDEXT); }\n");
-    const std::vector<std::vector<std::string>> lines = {
+    // Includes resolve and fail as the validator's own search makes them.
+    const std::string with_includes = "#version 450\n#extension GL_GOOGLE_include_directive : require\n";
+    files.write("src/uses.frag", with_includes + "#include \"lib/outer.h\"\n#include <sys.h>\n#include \"../up.h\"\n" +
+                                     "layout(location = 0) out vec4 color;\nvoid main() { color = vec4(A + B + C); }\n");
+    // The innermost including file's directory first, the input's last.
+    files.write("src/lib/outer.h", "#include \"deeper/mid.h\"\nconst float A = INNER;\n");
+    files.write("src/lib/deeper/mid.h", "#include \"inner.h\"\n");
+    files.write("src/lib/deeper/inner.h", "#define INNER 0.25\n");
+    files.write("src/lib/inner.h", "#error not the innermost\n");
+    files.write("src/inner.h", "#error not the innermost\n");
+    files.write("inc/sys.h", "const float B = 0.5;\n");
+    files.write("up.h", "const float C = 0.125;\n");
+    files.write("src/cycle.h", "#include \"cycle.h\"\n");
+    files.write("src/lib/wrong.h", "const float W = undefined_two;\n");
+    std::vector<std::vector<std::string>> lines = {
         {"--vulkan", "-D", "TINT=vec4(0.25, 0.5, 0.75, 1.0)", "tint.frag"},
         {"--vulkan", "-n", "shade", "shade.frag"},
         {"--vulkan", "broken.frag"},
         {"--vulkan", "rays.rgen"},
         {"--vulkan", "--annotate", "-n", "shade", "-D", "X=1", "shade.frag"},  // debug info in the module
+        {"--vulkan", "-I", "inc", "src/uses.frag"},
+        {"--vulkan", "--annotate", "-I", "inc", "src/uses.frag"},
     };
+    for (int level = 1; level < 60; ++level)
+        files.write("src/d" + std::to_string(level) + ".h", "#include \"d" + std::to_string(level + 1) + ".h\"\n");
+    files.write("src/d60.h", "");
+    const char* const include_lines[] = {"\"missing.h\"", "<outer.h>", "<cycle.h>", "\"lib\"",
+                                         "\"cycle.h\"",   "\"d1.h\"",   "\"lib/wrong.h\""};
+    for (const char* include : include_lines) {
+        const std::string name = "src/bad" + std::to_string(lines.size()) + ".frag";
+        files.write(name, with_includes + "#include " + include + "\nvoid main() {}\n");
+        lines.push_back({"--vulkan", "-I", "src/lib", name});
+    }
     std::string list;
     std::map<std::string, std::vector<std::string>> line_of_id;
     for (const auto& line : lines) {
