@@ -16,10 +16,6 @@ using nlohmann::json;
 
 const std::string LIBRARY = "libKoro-Nxx_r40p0-00rel0.so";
 
-std::vector<std::string> compiles(const std::string& library) {
-    return calls_of(read_scripted_log(library), "compile");
-}
-
 TEST(BackendCatalogue, LibraryLoading) {
     const std::string v3 = "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n";
     const std::string v41 = "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n";
@@ -116,54 +112,51 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
     EXPECT_EQ(info["apis"]["opengles"]["max_version"], 320);
     EXPECT_FLOAT_EQ(info["apis"]["vulkan"]["max_version"].get<float>(), 1.3f);
     // The extension probe, like a compile, names the core in the back-end's spelling.
-    EXPECT_EQ(compiles(library).at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
+    EXPECT_EQ(shadex.compiles().at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
 
     shadex.write("a.frag", "void main() {}\n");
     RunResult result = shadex.run({"-c", "Koro N1-Pro", "a.frag"});
     EXPECT_TRUE(contains(result.out, "Hardware: Koro N1 r0p0\n")) << result.err;
-    EXPECT_EQ(compiles(library).at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
+    EXPECT_EQ(shadex.compiles().at(0).rfind("compile\tcore=Koro-N1-Ultra\t", 0), 0u);
     expect_usage_error(shadex.run({"-c", "Koro-L100", "a.frag"}), "Koro-L100 is an invalid target core.");
 }
 
 TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
     ScriptedShadex shadex;
-    std::string graphics = shadex.add("graphics", LIBRARY,
-                                      "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-                                      "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
-                                      "core Koro-N68 | r1p0\n");
-    std::string opencl = shadex.add("opencl", LIBRARY,
-                                    "meta flexible_version | 3.0.0\n"
-                                    "meta compiler_type | opencl\ncore Koro-N22 | r0p0\n");
+    shadex.add("graphics", LIBRARY,
+               "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+               "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
+               "core Koro-N68 | r1p0\n");
+    shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\ncore Koro-N22 | r0p0\n");
     shadex.write("a.frag", "void main() {}\n");
     shadex.write("k.cl", "kernel void k() {}\n");
     EXPECT_EQ(shadex.run({"a.frag"}).status, 0);
-    EXPECT_EQ(compiles(graphics).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
+    EXPECT_EQ(shadex.compiles(0).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
     EXPECT_EQ(shadex.run({"k.cl", "-n", "k"}).status, 0);
-    EXPECT_EQ(compiles(opencl).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
+    EXPECT_EQ(shadex.compiles(1).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
     EXPECT_EQ(json_output(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
 }
 
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     ScriptedShadex shadex;
     const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";
-    std::string graphics =
-        shadex.add("graphics", LIBRARY,
-                   "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-                   "meta openglessl_version | 100 300 310 320\nmeta openglessl_extensions | "
-                   "GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader\n" +
-                       cores +
-                       "compile\nwhen source | GL_EXT_geometry_shader\nstatus 4\nend\n"
-                       "compile\nwhen source | GL_EXT_tessellation_shader\nerror 0:2: extension not supported\n"
-                       "end\n");
-    std::string opencl = shadex.add("opencl", LIBRARY,
-                                    "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
-                                    "meta opencl_extensions | cl_khr_fp16 cl_khr_fp64\n" +
-                                        cores + "compile\nwhen source | ifdef cl_khr_fp64\nstatus 1\nend\n");
+    shadex.add("graphics", LIBRARY,
+               "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
+               "meta openglessl_version | 100 300 310 320\nmeta openglessl_extensions | "
+               "GL_OES_texture_3D GL_EXT_tessellation_shader GL_EXT_geometry_shader\n" +
+                   cores +
+                   "compile\nwhen source | GL_EXT_geometry_shader\nstatus 4\nend\n"
+                   "compile\nwhen source | GL_EXT_tessellation_shader\nerror 0:2: extension not supported\n"
+                   "end\n");
+    shadex.add("opencl", LIBRARY,
+               "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\n"
+               "meta opencl_extensions | cl_khr_fp16 cl_khr_fp64\n" +
+                   cores + "compile\nwhen source | ifdef cl_khr_fp64\nstatus 1\nend\n");
     // Koro-L220 is held at version 310, which has neither stage built in.
     shadex.write("a.geom", "void main() {}\n");
     shadex.write("a.tesc", "void main() {}\n");
     expect_usage_error(shadex.run({"-c", "Koro-L220", "a.geom"}), "Koro-L220 does not support geometry shaders.");
-    std::vector<std::string> probes = compiles(graphics);
+    std::vector<std::string> probes = shadex.compiles(0);
     ASSERT_EQ(probes.size(), 3u);
     EXPECT_TRUE(contains(probes[0],
                          "\tshader_type=fragment\tsource_length=74\tsource=#version "
@@ -174,15 +167,15 @@ TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     json info = json_output(shadex.run({"--info", "-c", "Koro-L220", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opengles"], json::parse(R"({"extensions": ["GL_OES_texture_3D"], "max_version": 310})"));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"], json::parse(R"(["cl_khr_fp16"])"));
-    EXPECT_EQ(compiles(graphics).size(), 3u);
-    EXPECT_EQ(compiles(opencl).size(), 2u);
+    EXPECT_EQ(shadex.compiles(0).size(), 3u);
+    EXPECT_EQ(shadex.compiles(1).size(), 2u);
 
     // Version 320 has both stages; only Tarsel OpenCL compilers are probed.
     EXPECT_EQ(shadex.run({"-c", "Koro-N68", "a.geom"}).status, 0);
-    EXPECT_EQ(compiles(graphics).size(), 1u);
+    EXPECT_EQ(shadex.compiles(0).size(), 1u);
     info = json_output(shadex.run({"--info", "-c", "Koro-N68", "--format", "json"}));
     EXPECT_EQ(info["apis"]["opencl"]["extensions"].size(), 2u);
-    EXPECT_EQ(compiles(opencl).size(), 0u);
+    EXPECT_EQ(shadex.compiles(1).size(), 0u);
 }
 
 }  // namespace

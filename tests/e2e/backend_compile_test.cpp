@@ -105,10 +105,7 @@ TEST(BackendCompile, OptionsSentForEachApiAndStage) {
          0,
          "compiler_type=openglessl shader_type=fragment define=FOO=1 define=BAR=2 "
          "request-pilot=true variants=per_fragment_shader"},
-        {{"-c", "Koro-L380", "s.frag"},
-         0,
-         "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader"},
-        // The source's own directory first, then each -I in order.
+        // Tarsel gets no pilot. The source's own directory first, then each -I in order.
         {{"-c", "Koro-L380", "s.frag", "-I", "inc", "-I", "/"},
          0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader "

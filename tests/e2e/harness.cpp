@@ -23,20 +23,12 @@ namespace fs = std::filesystem;
 namespace {
 
 std::vector<std::string> build_environment(const RunOptions& options) {
-    std::map<std::string, std::string> merged;
-    for (char** entry = environ; *entry; ++entry) {
-        std::string text = *entry;
-        size_t eq = text.find('=');
-        if (eq != std::string::npos) merged[text.substr(0, eq)] = text.substr(eq + 1);
-    }
-    for (const auto& [name, value] : options.env) {
-        if (value)
-            merged[name] = *value;
-        else
-            merged.erase(name);
-    }
     std::vector<std::string> result;
-    for (const auto& [name, value] : merged) result.push_back(name + "=" + value);
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string text = *entry;
+        if (options.env.count(text.substr(0, text.find('='))) == 0) result.push_back(text);
+    }
+    for (const auto& [name, value] : options.env) result.push_back(name + "=" + value);
     return result;
 }
 
@@ -70,7 +62,7 @@ RunResult run_program(const std::string& program, const std::vector<std::string>
     posix_spawn_file_actions_destroy(&actions);
     if (spawned != 0) throw std::runtime_error("cannot start " + program + ": " + std::strerror(spawned));
 
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(options.timeout_seconds);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     int status = 0;
     while (waitpid(child, &status, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() > deadline) {
@@ -112,18 +104,18 @@ std::string read_file(const std::string& path) {
 std::string golden(const std::string& name) { return read_file(SHADEX_SOURCE_DIR "/tests/e2e/golden/" + name); }
 
 Install::Install() {
-    fs::copy_file(SHADEX_BINARY, binary());
-    fs::copy_file(SHADEX_SUITE_BINARY, suite_binary());
+    fs::copy_file(SHADEX_BINARY, root.file("shadex"));
+    fs::copy_file(SHADEX_SUITE_BINARY, root.file("shadex-suite"));
     fs::create_directories(root.file("graphics"));
     fs::create_directories(root.file("opencl"));
 }
 
 RunResult Install::run(const std::vector<std::string>& args, const RunOptions& options) const {
-    return run_program(binary(), args, options);
+    return run_program(root.file("shadex"), args, options);
 }
 
 RunResult Install::run_suite(const std::vector<std::string>& args, const RunOptions& options) const {
-    return run_program(suite_binary(), args, options);
+    return run_program(root.file("shadex-suite"), args, options);
 }
 
 RunResult run_shadex_suite(const std::vector<std::string>& args, const RunOptions& options) {

@@ -3,7 +3,6 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,11 +14,11 @@ struct RunResult {
 
 struct RunOptions {
     std::string stdin_data;
-    std::string working_dir;                                // "" keeps the current one
-    std::map<std::string, std::optional<std::string>> env;  // nullopt unsets
-    int timeout_seconds = 60;
+    std::string working_dir;                 // "" keeps the current one
+    std::map<std::string, std::string> env;  // set over the test's own
 };
 
+// Runs for at most a minute; one that takes longer is killed.
 RunResult run_program(const std::string& program, const std::vector<std::string>& args, const RunOptions& options = {});
 
 // A private directory removed with everything in it when the object dies.
@@ -52,8 +51,6 @@ class Install {
 public:
     Install();
     const std::string& dir() const { return root.path(); }
-    std::string binary() const { return root.file("shadex"); }
-    std::string suite_binary() const { return root.file("shadex-suite"); }
     RunResult run(const std::vector<std::string>& args, const RunOptions& options = {}) const;
     RunResult run_suite(const std::vector<std::string>& args, const RunOptions& options = {}) const;
 

@@ -1,6 +1,6 @@
 // Hostile inputs through the real program and its bundled back-end: broken
 // and cut-short SPIR-V, huge and deeply nested sources, NUL bytes and invalid
-// UTF-8, outputs that cannot be written. Every run
+// UTF-8, reports that cannot be written. Every run
 // ends promptly with status 0, 1 or 2 and a message, never a crash, and
 // leaves nothing behind in the temporary directory.
 #include <gtest/gtest.h>
@@ -165,7 +165,6 @@ TEST_F(HostileInput, BrokenSpirvModulesAreRefused) {
         {"garbage behind the magic", {"g.frag.spv"}, ANY_FAILURE, ""},
         {"garbage behind a header", {"h.frag.spv"}, ANY_FAILURE, ""},
         {"garbage behind the magic, as a kernel", {"--opencl", "3.0", "-n", "main", "g.cl.spv"}, 1, "SPIR-V"},
-        {"garbage from standard input", {"--vulkan", "--spirv", "-f", "-"}, ANY_FAILURE, "", magic + random_bytes(400)},
         {"zero word count", {"zero.frag.spv"}, ANY_FAILURE, ""},
         {"word count past the end", {"long.frag.spv"}, 1, "Invalid SPIR-V module"},
         {"unterminated entry point name", {"name.frag.spv"}, 1, "Invalid SPIR-V module"},
@@ -215,8 +214,6 @@ TEST_F(HostileInput, NulBytesAndInvalidUtf8InSource) {
     const std::pair<int, std::string> nul = {2, "NUL byte on line"}, invalid = {1, ""};
     std::vector<Case> cases;
     add_in_every_language(cases, "NUL in code", "    x = x\0 * 1.5f;\n"s, {{"es", nul}, {"vk", nul}, {"cl", nul}});
-    add_in_every_language(cases, "NUL in a comment", "    // scale \0 it\n    x = x * 1.5f;\n"s,
-                          {{"es", nul}, {"vk", nul}, {"cl", nul}});
     add_in_every_language(cases, "invalid UTF-8 in code", "    float y\xff\xfe = x;\n    x = y\xff\xfe;\n",
                           {{"es", invalid}, {"vk", invalid}, {"cl", invalid}});
     add_in_every_language(cases, "invalid UTF-8 in comments",
@@ -249,30 +246,14 @@ TEST_F(HostileInput, SourceNamesInAModuleAreNeverReadUnlessPlainFiles) {
     check({"named files", compile({"--annotate", "named.frag.spv"}), 0, ""});
 }
 
+// An output that cannot be opened is CommandLine.UsageErrors' missing directory.
 TEST_F(HostileInput, UnwritableOutputEndsWithAMessage) {
     files.write("shade.frag", glsl_es("    x = x * 1.5f;\n"));
-    files.write("shade.vk.frag", glsl_vulkan("    x = x * 1.5f;\n"));
-    files.write("plain", "not a directory");
-    fs::create_directory(files.file("locked"));
-    fs::permissions(files.file("locked"), fs::perms::owner_read | fs::perms::owner_exec);
-    fs::create_directory(files.file("taken"));
-
-    std::vector<Case> cases = {
-        {"parent is a file", compile({"-o", "plain/report.txt", "shade.frag"}), 2,
-         "Could not create output file: plain/report.txt"},
-        {"output is a directory", compile({"-o", "taken", "shade.frag"}), 2, "Could not create output file: taken"},
+    check_all({
         {"full device", compile({"-o", "/dev/full", "shade.frag"}), 2, "Could not write output file: /dev/full"},
-        {"full device after Vulkan GLSL", compile({"--vulkan", "-o", "/dev/full", "shade.vk.frag"}), 2,
-         "Could not write output file: /dev/full"},
         {"full device, JSON", compile({"--format", "json", "-o", "/dev/full", "shade.frag"}), 2,
          "Could not write output file: /dev/full"},
-    };
-    // Whoever may write anyway (the superuser) cannot test a read-only directory.
-    if (access(files.file("locked").c_str(), W_OK) != 0)
-        cases.push_back({"read-only directory", compile({"-o", "locked/report.txt", "shade.frag"}), 2,
-                         "Could not create output file: locked/report.txt"});
-    check_all(cases);
-    EXPECT_TRUE(fs::is_empty(files.file("locked")));
+    });
 }
 
 TEST_F(HostileInput, FailedRunRemovesOnlyARegularReportFile) {

@@ -14,8 +14,6 @@ enum class ScriptedVariant {
     NoCompile,       // exports no shadex_compile
 };
 
-std::string scripted_backend_library(ScriptedVariant variant = ScriptedVariant::Full);
-
 // Copies the back-end to root/subdir/file_name (subdir may be empty; missing
 // directories are created), writes its scenario beside it and returns the
 // copy's path.
@@ -25,10 +23,8 @@ std::string install_scripted_backend(const std::string& root, const std::string&
 // The copy's call log, one entry per line; empty when it was never called.
 std::vector<std::string> read_scripted_log(const std::string& library_path);
 
-// Log lines of one entry point: the line is the name or starts with name + tab.
-size_t count_calls(const std::vector<std::string>& log, const std::string& entry);
-
-// The log lines of one entry point, in order.
+// The log lines of one entry point, in order: the line is the name or starts
+// with name + tab.
 std::vector<std::string> calls_of(const std::vector<std::string>& log, const std::string& entry);
 
 // What is wrong with the copy's record handling: records handed back that it

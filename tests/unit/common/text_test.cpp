@@ -6,17 +6,13 @@
 
 using Pieces = std::vector<std::string>;
 
-TEST(Text, PrefixSuffixAndQuote) {
+TEST(Text, PrefixAndSuffix) {
     EXPECT_TRUE(starts_with("shader.frag", ""));
     EXPECT_FALSE(starts_with("ab", "abc"));
     EXPECT_FALSE(starts_with("Shader", "shader"));
     EXPECT_TRUE(ends_with("a.cl.spv", ".cl.spv"));
     EXPECT_FALSE(ends_with("a.cl.spv", ".cl"));
     EXPECT_FALSE(ends_with("vert", ".vert"));
-
-    EXPECT_EQ(quote("a\tb"), "a\tb");
-    EXPECT_EQ(quote(" "), "\" \"");
-    EXPECT_EQ(quote("say \"hi\""), "\"say \"hi\"\"");  // nothing is escaped
 }
 
 TEST(Text, SplitKeepsInnerEmptyPieces) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <tclap/ArgException.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -13,13 +14,12 @@ namespace {
 class ReadInputs : public testing::Test {
 protected:
     ~ReadInputs() override {
-        for (const auto& path : created) std::remove(path.c_str());
-        remove_dir(dir);
+        std::error_code ignored;
+        std::filesystem::remove_all(dir, ignored);
     }
-    std::string write_file(const std::string& name, const std::string& content) {
-        created.push_back(dir + "/" + name);
-        std::ofstream(created.back(), std::ios::binary) << content;
-        return created.back();
+    std::string write_file(const std::string& name, const std::string& content) const {
+        std::ofstream(dir + "/" + name, std::ios::binary) << content;
+        return dir + "/" + name;
     }
     // The read bytes as text, or the parse error's message.
     static std::string read(const std::vector<std::string>& files, const std::string& stdin_text = "") {
@@ -37,7 +37,6 @@ protected:
     }
 
     const std::string dir = get_temp_dir();
-    std::vector<std::string> created;
 };
 
 }  // namespace

@@ -114,17 +114,14 @@ OpEntryPoint Fragment %main "main" %color  OpExecutionMode %main OriginUpperLeft
     EXPECT_TRUE(validate_module(rect, universal_environment(100)).errors.empty());
 }
 
-TEST(SpirvModuleInfo, TellsProbesAndNestingApart) {
+// Control-flow nesting is HostileInput's: its 1000-level message gives the depth.
+TEST(SpirvModuleInfo, TellsProbesApart) {
     const std::string empty_main = R"(OpCapability Shader  OpMemoryModel Logical GLSL450
 OpEntryPoint Fragment %main "main"  OpExecutionMode %main OriginUpperLeft  %void = OpTypeVoid
 %fn = OpTypeFunction %void  %main = OpFunction %void None %fn  %entry = OpLabel  OpReturn  OpFunctionEnd)";
     EXPECT_TRUE(has_only_empty_functions(assemble(empty_main)));
     EXPECT_FALSE(has_only_empty_functions(assemble(fragment_assembly())));
     EXPECT_FALSE(has_only_empty_functions(assemble("OpCapability Shader\nOpMemoryModel Logical GLSL450\n")));
-
-    const std::vector<uint32_t> nested =
-        optimised_es_fragment("c = vec4(0.0);\nif (u > 0.0) { if (u > 1.0) { if (u > 2.0) { c = vec4(u); } } }");
-    EXPECT_EQ(control_flow_nesting_depth(nested), 3u);
 }
 
 TEST(LoopTripCounts, CountPlainCountersAndNothingElse) {

@@ -98,10 +98,8 @@ uint32_t variable_id(const std::vector<uint32_t>& module, const std::string& nam
 }
 
 std::string value(const Statistics& statistics, const std::string& key) {
-    for (const auto& [k, v] : statistics) {
-        if (k == key) return v;
-    }
-    return "<missing>";
+    const std::vector<std::string> found = values(statistics, key);
+    return found.empty() ? "<missing>" : found.front();
 }
 
 std::vector<std::string> values(const Statistics& statistics, const std::string& key) {

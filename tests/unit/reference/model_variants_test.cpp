@@ -39,6 +39,7 @@ TEST(VariantModel, UniformOnlyWorkMovesToAPilotWhenAsked) {
     EXPECT_EQ(figures(whole.variants[0]), (Figures{2.25, 0, 0.25, 0, 4, 0}));
     EXPECT_EQ(value(whole.variants[0], "uniform_registers_used"), "9");  // k, m and x read in place
 
+    EXPECT_NE(find_pilot(analyse(UNIFORM_ONLY_WORK, "fragment", Options{"Koro-N1-Ultra", true})), nullptr);
     EXPECT_EQ(find_pilot(analyse(UNIFORM_ONLY_WORK, "fragment", Options{"Koro-L380", true})), nullptr);
     // Uniforms read without arithmetic on them give the pilot nothing to do.
     const std::string nothing_to_do =
@@ -89,6 +90,7 @@ TEST(VariantModel, MediumPrecisionArithmeticPacksTwoPerLane) {
     EXPECT_EQ(figures(half), (Figures{1, 0, 0, 0, 4, 0}));
     EXPECT_EQ(value(half, "part_float16"), "1");
     EXPECT_EQ(value(half, "part_v2float16_underused"), "0.25");
+    EXPECT_EQ(figures(shader("mediump", "Koro-N1-Ultra")), figures(half));
 
     const Statistics older = shader("mediump", "Koro-N11");
     EXPECT_EQ(value(older, "part_float16"), "1");
