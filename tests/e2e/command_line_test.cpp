@@ -1,6 +1,10 @@
 // The command line as a user meets it: help, version, option rules and their
-// exact messages and exit statuses, with no back-end installed.
+// exact messages and exit statuses, with no back-end installed; and the manual
+// pages, which name every option of --help so that the two cannot drift apart.
 #include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
 
 #include "common/text.h"
 #include "e2e/scripted_install.h"
@@ -11,6 +15,22 @@ namespace {
 // A SPIR-V module with one fragment entry point named main.
 std::string fragment_module() {
     return spirv_test::SpirvBuilder().entry_point(spv::ExecutionModelFragment, 1, "main").text();
+}
+
+std::set<std::string> long_options(const std::string& help) {
+    std::set<std::string> options;
+    const std::regex option("--([a-z_]+)");
+    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) options.insert((*at)[1]);
+    options.erase("ignore_rest");  // TCLAP's own "--", not an option of ours
+    return options;
+}
+
+void expect_page_names(const std::string& page, const std::string& help, const std::string& what) {
+    const std::set<std::string> options = long_options(help);
+    EXPECT_GE(options.size(), 3u) << help;
+    // Option names hold no '-' of their own: only the leading two are escaped.
+    for (const std::string& option : options)
+        EXPECT_TRUE(contains(page, "\\-\\-" + option)) << what << ": --" << option;
 }
 
 class CommandLine : public ::testing::Test {
@@ -110,6 +130,16 @@ TEST_F(CommandLine, JobErrorsWithoutBackEnds) {
     RunResult info = shadex.run({"--info"});
     EXPECT_EQ(info.status, 2);
     EXPECT_EQ(info.err, REPORT_HEADER + "\nERROR: No compiler found matching target GPU\n");
+}
+
+TEST(ManPages, NameEveryOptionOfHelp) {
+    const std::string page = read_file(SHADEX_BUILD_DIR "/man/shadex.1");
+    ASSERT_FALSE(page.empty());
+    expect_page_names(page, run_shadex({"--help"}).out, "shadex(1)");
+
+    const std::string suite_page = read_file(SHADEX_SOURCE_DIR "/docs/man/shadex-suite.1");
+    for (const char* command : {"run", "diff", "check", "merge"})
+        expect_page_names(suite_page, run_shadex_suite({command, "--help"}).out, command);
 }
 
 }  // namespace
