@@ -426,13 +426,9 @@ const Case CASES[] = {
 // Test listings name a case, not its bytes.
 void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
 
-// A report's figures for a failure message.
+// A run for a failure message.
 std::string describe(const Figures& f) {
-    json brief = {{"status", f.status}, {"errors", f.errors}};
-    if (f.shader.is_object()) brief["properties"] = f.shader["properties"];
-    for (const std::string& name : f.variant_names())
-        brief[name] = {(*f.variant(name))["performance"], (*f.variant(name))["properties"]};
-    return brief.dump();
+    return json{{"status", f.status}, {"errors", f.errors}, {"shader", f.shader}}.dump();
 }
 
 class PairedShaders : public ::testing::TestWithParam<Case> {

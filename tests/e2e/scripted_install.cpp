@@ -12,6 +12,7 @@ RunResult ScriptedShadex::run(const std::vector<std::string>& args) {
     for (const std::string& library : libraries) std::ofstream(library + ".log");
     RunOptions options;
     options.working_dir = files.path();
+    options.env = env;
     RunResult result = install.run(args, options);
     for (const std::string& library : libraries) EXPECT_EQ(release_problems(read_scripted_log(library)), "");
     return result;

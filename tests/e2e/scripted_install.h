@@ -19,9 +19,12 @@ public:
     std::string add(const std::string& subdir, const std::string& name, const std::string& scenario,
                     ScriptedVariant variant = ScriptedVariant::Full);
     std::string write(const std::string& name, const std::string& content) const { return files.write(name, content); }
+    std::string file(const std::string& name) const { return files.file(name); }
+    const std::string& dir() const { return install.dir(); }  // where shadex lies
     RunResult run(const std::vector<std::string>& args);
     // Compile calls logged by the n-th library added.
     std::vector<std::string> compiles(size_t library = 0) const;
+    std::map<std::string, std::string> env;  // set for every run
 
 private:
     Install install;

@@ -7,8 +7,7 @@
 #include <optional>
 
 #include "common/text.h"
-#include "e2e/harness.h"
-#include "plugin/scripted_files.h"
+#include "e2e/scripted_install.h"
 
 namespace fs = std::filesystem;
 
@@ -35,15 +34,15 @@ std::vector<std::string> lines_starting(const std::string& text, const std::stri
 
 class VulkanGlsl : public ::testing::Test {
 protected:
-    Install install;
-    TempDir files;
+    ScriptedShadex shadex;
     TempDir temp;  // TMP of every run
-    const std::string library = install_scripted_backend(install.dir(), "graphics", LIBRARY, VULKAN_LIBRARY);
 
-    std::string validator() const { return install.dir() + "/external/glslang"; }
+    std::string validator() const { return shadex.dir() + "/external/glslang"; }
 
     void SetUp() override {
-        fs::create_directories(install.dir() + "/external");
+        shadex.add("graphics", LIBRARY, VULKAN_LIBRARY);
+        shadex.env["TMP"] = temp.path();
+        fs::create_directories(shadex.dir() + "/external");
         fs::create_symlink(PACKAGED_VALIDATOR, validator());
     }
 
@@ -56,48 +55,36 @@ protected:
     void replace_validator(const std::optional<std::string>& script) {
         fs::remove(validator());
         if (!script) return;
-        files.write("validator", "#!/bin/sh\n" + *script);
-        fs::copy_file(files.file("validator"), validator());
+        fs::copy_file(shadex.write("validator", "#!/bin/sh\n" + *script), validator());
         fs::permissions(validator(), fs::perms::owner_all);
     }
-
-    RunResult run(const std::vector<std::string>& args) {
-        RunOptions options;
-        options.working_dir = files.path();
-        options.env["TMP"] = temp.path();
-        return install.run(args, options);
-    }
-
-    std::vector<std::string> compile_calls() { return calls_of(read_scripted_log(library), "compile"); }
 };
 
 // The module reaches the back-end as SPIR-V; another entry point is renamed
 // to main, which needs relaxed checks and says so.
 TEST_F(VulkanGlsl, SourceReachesTheBackendAsSpirv) {
-    files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
-    RunResult result = run({"--vulkan", "-f", "shader.frag"});
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    EXPECT_TRUE(contains(result.out, "Shader type: Vulkan Fragment\n")) << result.out;
-    EXPECT_FALSE(contains(result.out, "X0003"));
-
-    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
-    result = run({"--vulkan", "-f", "shade.frag", "-n", "shade"});
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_TRUE(contains(result.out, RELAXED_WARNING + "\n")) << result.out;
-    const std::vector<std::string> calls = compile_calls();
-    ASSERT_EQ(calls.size(), 2u);
-    for (const std::string& call : calls)
+    shadex.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
+    shadex.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
+    for (const bool renamed : {false, true}) {
+        RunResult result = shadex.run(renamed ? std::vector<std::string>{"--vulkan", "-f", "shade.frag", "-n", "shade"}
+                                              : std::vector<std::string>{"--vulkan", "-f", "shader.frag"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        EXPECT_TRUE(contains(result.out, "Shader type: Vulkan Fragment\n")) << result.out;
+        EXPECT_EQ(contains(result.out, RELAXED_WARNING + "\n"), renamed) << result.out;
+        const std::vector<std::string> calls = shadex.compiles();
+        ASSERT_EQ(calls.size(), 1u);
         for (const char* piece : {"\tcore=Koro-N68\t", "\tshader_type=fragment\t", "\tspirv=true\t",
                                   "\tspirv_entrypoint_name=main\t", "\tsource=\\x03\\x02#\\x07"})
-            EXPECT_TRUE(contains(call, piece)) << piece << "\n" << call;
+            EXPECT_TRUE(contains(calls[0], piece)) << piece << "\n" << calls[0];
+    }
 }
 
 TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
     // glslang reports two errors for line 4, then "compilation terminated",
     // "No code generated" and a link error: only the first two are real.
-    files.write("broken.frag", fragment_shader("main", "    color = undefined_one;"));
-    RunResult result = run({"--vulkan", "-f", "broken.frag"});
+    shadex.write("broken.frag", fragment_shader("main", "    color = undefined_one;"));
+    RunResult result = shadex.run({"--vulkan", "-f", "broken.frag"});
     EXPECT_EQ(result.status, 1) << result.err;
     EXPECT_NE(result.out.find("\nCompilation failed.\n"), std::string::npos) << result.out;
 
@@ -105,32 +92,32 @@ TEST_F(VulkanGlsl, ConversionErrorsBecomeCompilerMessages) {
     ASSERT_EQ(errors.size(), 2u) << result.out;
     EXPECT_EQ(errors[0].rfind("ERROR: 0:4: X0000: 'undefined_one' : undeclared identifier", 0), 0u) << errors[0];
     EXPECT_EQ(errors[1].rfind("ERROR: 0:4: X0000: 'assign' : ", 0), 0u) << errors[1];
-    EXPECT_TRUE(compile_calls().empty());
+    EXPECT_TRUE(shadex.compiles().empty());
 }
 
 // Which validators are refused (a missing one, an untrusted one) is
 // GlslangProcessTest's; here, how a refusal ends the run.
 TEST_F(VulkanGlsl, ARefusedValidatorEndsTheRun) {
-    files.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
+    shadex.write("shader.frag", fragment_shader("main", "    color = vec4(1.0);"));
     replace_validator(std::nullopt);
-    RunResult result = run({"--vulkan", "-f", "shader.frag"});
+    RunResult result = shadex.run({"--vulkan", "-f", "shader.frag"});
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("\nERROR: Packaged glslang binary not found\n"), std::string::npos) << result.err;
-    EXPECT_TRUE(compile_calls().empty());
+    EXPECT_TRUE(shadex.compiles().empty());
 }
 
 TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     // A pass-through that logs each call's arguments, tab-separated, one call a line.
-    const std::string args_log = files.file("validator-args.log");
+    const std::string args_log = shadex.file("validator-args.log");
     replace_validator("for arg in \"$@\"; do printf '%s\\t' \"$arg\"; done >> '" + args_log + "'\necho >> '" +
                       args_log + "'\nexec '" + PACKAGED_VALIDATOR + "' \"$@\"\n");
-    files.write("tint.frag", fragment_shader("main", "    color = TINT;"));
+    shadex.write("tint.frag", fragment_shader("main", "    color = TINT;"));
     const std::vector<std::string> defines = {"X=$(touch PWNED)", "Y=1; touch PWNED", "Q=\"it's\" `touch PWNED`",
                                               "TINT=vec4(0.25, 0.5, 0.75, 1.0)"};
     std::vector<std::string> args = {"--vulkan", "-f", "tint.frag"};
     for (const auto& define : defines) args.insert(args.end(), {"-D", define});
 
-    RunResult defined = run(args);
+    RunResult defined = shadex.run(args);
     EXPECT_EQ(defined.status, 0) << defined.out << defined.err;
     std::vector<std::string> calls = lines_starting(read_file(args_log), "-V\t");
     ASSERT_EQ(calls.size(), 1u) << read_file(args_log);
@@ -145,14 +132,14 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     // Nothing is included and no -I given: the command line ends there.
     EXPECT_EQ(calls[0].size(), at + defines.back().size() + 4) << calls[0];
     // TINT took effect: the module holds the constant 0.25 (0x3e800000).
-    std::vector<std::string> compiles = compile_calls();
+    std::vector<std::string> compiles = shadex.compiles();
     ASSERT_EQ(compiles.size(), 1u);
     EXPECT_NE(compiles[0].find("\\x00\\x00\\x80>"), std::string::npos) << compiles[0];
 
     // No such function exists, so the silenced validator yields no module.
     const std::string name = "shade$(touch PWNED); \"x y\"";
-    files.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
-    RunResult named = run({"--vulkan", "-f", "shade.frag", "-n", name});
+    shadex.write("shade.frag", fragment_shader("shade", "    color = vec4(0.5);"));
+    RunResult named = shadex.run({"--vulkan", "-f", "shade.frag", "-n", name});
     EXPECT_EQ(named.status, 2);
     EXPECT_NE(named.err.find("Specified shader stage does not match SPIR-V binary."), std::string::npos) << named.err;
     calls = lines_starting(read_file(args_log), "-V\t");
@@ -163,16 +150,16 @@ TEST_F(VulkanGlsl, ArgumentsReachTheValidatorVerbatim) {
     // IncludeFiles' for every API. Per-line costs need the source lines in
     // the module: -g comes last. The module names the source by its
     // extension, not by the private directory.
-    EXPECT_EQ(run({"--vulkan", "--annotate", "tint.frag", "-D", "TINT=vec4(1.0)"}).status, 0);
+    EXPECT_EQ(shadex.run({"--vulkan", "--annotate", "tint.frag", "-D", "TINT=vec4(1.0)"}).status, 0);
     calls = lines_starting(read_file(args_log), "-V\t");
     ASSERT_EQ(calls.size(), 3u);
     EXPECT_EQ(calls[2].substr(calls[2].find("\t-DTINT=")), "\t-DTINT=vec4(1.0)\t-g\t") << calls[2];
-    compiles = compile_calls();
+    compiles = shadex.compiles();
     EXPECT_TRUE(contains(compiles.back(), "\\x00.frag\\x00") && !contains(compiles.back(), temp.path()))
         << compiles.back();
 
-    EXPECT_FALSE(fs::exists(files.file("PWNED")));
-    EXPECT_FALSE(fs::exists(install.dir() + "/PWNED"));
+    EXPECT_FALSE(fs::exists(shadex.file("PWNED")));
+    EXPECT_FALSE(fs::exists(shadex.dir() + "/PWNED"));
 }
 
 }  // namespace
