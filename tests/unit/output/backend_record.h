@@ -48,12 +48,6 @@ inline CompileOutput compile(const Target& target, const std::vector<Texts>& var
     return compile_record(target, record);
 }
 
-// The what() of the KoroException_ that `build` throws, or "" if none.
-template <typename Build>
-std::string failure_of(Build build) {
-    return thrown<KoroException_>(build);
-}
-
 // Statistics that keep a variant alive past the removal of empty programs
 // and fill every row of its performance table.
 inline Texts with_pipes(Texts texts) {

@@ -24,10 +24,8 @@ TEST(Fixups, VariantsAndPipesKept) {
     EXPECT_EQ(compile(OSTREM, variants).variants.size(), 1u);
     EXPECT_EQ(compile({ArchitectureType::Tarsel, "Koro-L220"}, variants).variants.size(), 2u);
     EXPECT_EQ(compile(KERNEL, variants).variants.at(0).pipe_names, (Texts{"A", "LS", "V", "T"}));
-    EXPECT_EQ(failure_of([] {
-                  compile({ArchitectureType::Ostrem, "Koro-X"}, {});
-              }),
-              "Unknown GPU for normalization : Koro-X");
+    const std::string unknown = thrown<KoroException_>([] { compile({ArchitectureType::Ostrem, "Koro-X"}, {}); });
+    EXPECT_EQ(unknown, "Unknown GPU for normalization : Koro-X");
 }
 
 TEST(Fixups, PelionPipeNamesAndAggregateEdges) {

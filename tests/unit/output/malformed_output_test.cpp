@@ -14,13 +14,11 @@ TEST(MalformedOutput, BadStatisticsNameTheKey) {
         {"part_float16", "1e30"},       {"varying_attribute_symbols", "uv:?"},
     };
     for (const auto& [key, value] : bad) {
-        EXPECT_EQ(failure_of([&] {
-                      compile(OSTREM, {with_pipes({key, value})});
-                  }),
-                  "Invalid value for " + key + ": " + value);
+        const std::string error = thrown<KoroException_>([&] { compile(OSTREM, {with_pipes({key, value})}); });
+        EXPECT_EQ(error, "Invalid value for " + key + ": " + value);
     }
     for (const Target& unknown : {Target{static_cast<ArchitectureType>(9)}, Target{ArchitectureType::Ostrem, "Koro-X"}})
-        EXPECT_NE(failure_of([&] { compile(unknown, {with_pipes({"work_registers_used", "8"})}); }), "");
+        EXPECT_NE(thrown<KoroException_>([&] { compile(unknown, {with_pipes({"work_registers_used", "8"})}); }), "");
     // A lone last key is ignored.
     const auto lone = compile(OSTREM, {{"pipe_names", "A", "cycles", "1", "spill_size"}});
     EXPECT_EQ(lone.variants.at(0).spill_size, -1);
@@ -38,11 +36,9 @@ TEST(MalformedOutput, BadSourceLineStatisticsNameTheKeyOnlyWhenAskedFor) {
         {"source_line_loops", "0:+3:2"},
     };
     for (const auto& [key, value] : bad) {
-        EXPECT_EQ(failure_of([&] {
-                      compile(asked, {with_pipes({key, value})});
-                  }),
-                  "Invalid value for " + key + ": " + value);
-        EXPECT_EQ(failure_of([&] { compile(OSTREM, {with_pipes({key, value})}); }), "");
+        const std::string error = thrown<KoroException_>([&] { compile(asked, {with_pipes({key, value})}); });
+        EXPECT_EQ(error, "Invalid value for " + key + ": " + value);
+        EXPECT_EQ(thrown<KoroException_>([&] { compile(OSTREM, {with_pipes({key, value})}); }), "");
     }
     // Counts past what the report holds are the largest it holds, not errors.
     const auto counts = compile(asked, {with_pipes({"source_line_loops", "0:3:2000000000;0:4:99999999999",
@@ -69,9 +65,9 @@ TEST(MalformedOutput, NullTextsAndArraysFail) {
     records[4].errors = null_line;
     records[5].error_count = 1;
     records[6].warning_count = 1;
-    for (const auto& record : records) EXPECT_NE(failure_of([&] { compile_record(OSTREM, record); }), "");
+    for (const auto& record : records) EXPECT_NE(thrown<KoroException_>([&] { compile_record(OSTREM, record); }), "");
     // Counts of zero make null arrays valid.
-    EXPECT_EQ(failure_of([] { compile_record(OSTREM, shadex_outputs{}); }), "");
+    EXPECT_EQ(thrown<KoroException_>([] { compile_record(OSTREM, shadex_outputs{}); }), "");
 }
 
 }  // namespace
