@@ -147,6 +147,8 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
     SpirvBuilder consts(SPIRV_1_0);
     consts.entry_point(spv::ExecutionModelFragment, 1, "main");
     shadex.write("consts.spv", add_specialization_constants(consts, true, 7).text());
+    shadex.write("f.frag", "void main() {}\n");
+    shadex.write("plain", "");
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"k.cl.spv", "-n", "k"}, "OpenCL 1.2 does not support SPIR-V binary input."},
         {{"-c", "Koro-N22", "--opencl", "3.0", "k.cl", "-n", "k"}, "OpenCL 3.0 is not supported by Koro-N22."},
@@ -160,6 +162,8 @@ TEST(BackendCompile, ChecksOnceTheCompilerIsChosen) {
         // refusal stops the run. The driver itself refuses a location that is not a number.
         {{"consts.spv", "-S", "9=true"}, "No boolean specialization constant at location 9"},
         {{"consts.spv", "-S", "x=1"}, "Specialization constant location x=1 is invalid."},
+        {{"f.frag", "-I", "nowhere"}, "Include directory nowhere does not exist."},
+        {{"f.frag", "-I", "plain"}, "Include directory plain is not a directory."},
     };
     for (const auto& [args, message] : cases) {
         expect_usage_error(shadex.run(args), message);

@@ -162,18 +162,4 @@ TEST_F(IncludeFiles, ADeepChainCompilesOrEndsPromptly) {
     }
 }
 
-TEST_F(IncludeFiles, IncludeDirectoriesMustExist) {
-    files.write("src/m.frag", APIS[1].program(""));
-    files.write("plain", "");
-    const std::pair<std::string, std::string> cases[] = {
-        {files.file("nowhere"), "Include directory " + files.file("nowhere") + " does not exist."},
-        {files.file("plain"), "Include directory " + files.file("plain") + " is not a directory."},
-    };
-    for (const auto& [dir, message] : cases) {
-        RunResult result = run(APIS[1], {files.file("src/m.frag"), "-I", dir});
-        EXPECT_EQ(result.status, 2) << result.out;
-        EXPECT_TRUE(contains(result.err, message)) << result.err;
-    }
-}
-
 }  // namespace
