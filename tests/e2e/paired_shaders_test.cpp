@@ -10,7 +10,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "common/text.h"
 #include "e2e/harness.h"
 
 using nlohmann::json;
@@ -24,8 +23,8 @@ const std::vector<std::string> OSTREM_AND_LATER = {"Koro-N22", "Koro-N68", "Koro
 constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 
 struct Version {
-    std::string file;                    // its name gives the stage
-    std::string source;                  // text; SPIR-V assembly when file ends in .spvasm
+    std::string file;  // its name gives the stage
+    std::string source;
     std::vector<std::string> args = {};  // besides -c CORE and the file
 };
 
@@ -162,25 +161,6 @@ const std::string CONSTANT_TABLE =
     "const ivec2 T[8] = ivec2[8](ivec2(1, 2), ivec2(3, 4), ivec2(5, 6), ivec2(7, 8),\n"
     "                            ivec2(9, 10), ivec2(11, 12), ivec2(13, 14), ivec2(15, 16));\n"
     "void main() { uint i = gl_GlobalInvocationID.x; o[i] = T[i & 7u]; }\n";
-
-// An empty SPIR-V 1.0 compute module with some capabilities, decorations and types added.
-std::string compute_module_1_0(const std::string& capabilities, const std::string& decorations,
-                               const std::string& types) {
-    return "; SPIR-V 1.0\nOpCapability Shader\n" + capabilities +
-           "OpMemoryModel Logical GLSL450\nOpEntryPoint GLCompute %main \"main\"\n"
-           "OpExecutionMode %main LocalSize 1 1 1\n" +
-           decorations + "%void = OpTypeVoid\n%fn = OpTypeFunction %void\n" + types +
-           "%main = OpFunction %void None %fn\n%entry = OpLabel\nOpReturn\nOpFunctionEnd\n";
-}
-
-const std::string GROUP_NON_UNIFORM_1_0 = compute_module_1_0("OpCapability GroupNonUniform\n", "", "");
-
-const std::string MISALIGNED_BLOCK =
-    compute_module_1_0("",
-                       "OpDecorate %S Block\nOpMemberDecorate %S 0 Offset 0\nOpMemberDecorate %S 1 Offset 2\n"
-                       "OpDecorate %u DescriptorSet 0\nOpDecorate %u Binding 0\n",
-                       "%float = OpTypeFloat 32\n%S = OpTypeStruct %float %float\n%ptr = OpTypePointer Uniform %S\n"
-                       "%u = OpVariable %ptr Uniform\n");
 
 const std::string VULKAN = "--vulkan";
 
@@ -411,16 +391,6 @@ const Case CASES[] = {
          return refused(a, {}) && refused(b, {});
      },
      {"Koro-N68"}},
-    {"ASpirv10ModuleUsingSubgroupsIsInvalid",
-     {"a.comp.spvasm", GROUP_NON_UNIFORM_1_0},
-     {},
-     one_error_saying("requires SPIR-V version 1.3 or later"),
-     OSTREM_AND_LATER},
-    {"AVulkanBlockBreakingItsLayoutIsInvalid",
-     {"a.comp.spvasm", MISALIGNED_BLOCK},
-     {},
-     one_error_saying("is not aligned to 4"),
-     OSTREM_AND_LATER},
 };
 
 // Test listings name a case, not its bytes.
@@ -435,23 +405,10 @@ class PairedShaders : public ::testing::TestWithParam<Case> {
 protected:
     TempDir files;
 
-    // The file shadex is given: SPIR-V assembly is assembled, at the version
-    // its first line names ("; SPIR-V 1.0"), whatever the assembler allows.
-    std::string prepare(const Version& version, const std::string& tag) {
-        const std::string name = files.write(tag + "-" + version.file, version.source);
-        if (!ends_with(name, ".spvasm")) return name;
-        const std::string binary = name.substr(0, name.size() - 7) + ".spv";
-        RunResult assembled = run_program("/usr/bin/spirv-as", {"--target-env", "spv1.3", name, "-o", binary});
-        EXPECT_EQ(assembled.status, 0) << assembled.err;
-        std::string bytes = read_file(binary);
-        if (starts_with(version.source, "; SPIR-V 1.0\n") && bytes.size() > 8) bytes[5] = 0;  // minor version
-        return files.write(binary.substr(files.path().size() + 1), bytes);
-    }
-
     Figures analyse(const Version& version, const std::string& core, const std::string& tag) {
         std::vector<std::string> args = {"-c", core, "--format", "json"};
         args.insert(args.end(), version.args.begin(), version.args.end());
-        args.push_back(prepare(version, tag));
+        args.push_back(files.write(tag + "-" + version.file, version.source));
         RunResult result = run_shadex(args);
         Figures figures;
         figures.status = result.status;

@@ -249,6 +249,28 @@ TEST(CompilePipeline, TurnsEveryProblemWithTheInputIntoErrorLines) {
     ASSERT_FALSE(invalid.errors.empty());
     EXPECT_TRUE(invalid.variants.empty());
 
+    // Vulkan modules answer to Vulkan's rules and to their own version's: a
+    // block member off its alignment; subgroups in a SPIR-V 1.0 module.
+    auto compute = [](const std::string& capability, const std::string& offset) {
+        return "OpCapability Shader  " + capability + R"(  OpMemoryModel Logical GLSL450
+OpEntryPoint GLCompute %main "main"  OpExecutionMode %main LocalSize 1 1 1  OpDecorate %S Block
+OpMemberDecorate %S 0 Offset 0  OpMemberDecorate %S 1 Offset )" +
+               offset + R"(  OpDecorate %u DescriptorSet 0
+OpDecorate %u Binding 0  %void = OpTypeVoid  %fn = OpTypeFunction %void  %float = OpTypeFloat 32
+%S = OpTypeStruct %float %float  %ptr = OpTypePointer Uniform %S  %u = OpVariable %ptr Uniform
+%main = OpFunction %void None %fn  %entry = OpLabel  OpReturn  OpFunctionEnd)";
+    };
+    const std::vector<uint32_t> misaligned = assemble(compute("", "2"));
+    std::vector<uint32_t> subgroups = assemble(compute("OpCapability GroupNonUniform", "4"), SPV_ENV_UNIVERSAL_1_3);
+    subgroups[1] = 0x10000;
+    for (const auto& [shader, error] :
+         {std::pair{misaligned, "is not aligned to 4"}, {subgroups, "requires SPIR-V version 1.3 or later"}}) {
+        const CompileResult result =
+            compile_program("openglessl", pelion, vulkan_options(shader, Stage::Compute), as_bytes(shader).data());
+        ASSERT_EQ(result.errors.size(), 1u) << error;
+        EXPECT_NE(result.errors[0].find(error), std::string::npos) << result.errors[0];
+    }
+
     CompileOptions opencl = vulkan_options(module, Stage::Fragment);
     opencl.compiler_type = "opencl";
     EXPECT_EQ(compile_program("openglessl", pelion, opencl, bytes.data()).errors,
