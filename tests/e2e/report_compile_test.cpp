@@ -159,13 +159,6 @@ TEST_F(CompileReport, PelionDetailedModeAndN503Divisors) {
               "longest 24/12/12/5/32/-1"));
     EXPECT_EQ(text({"-c", "Koro-N503", "-d", "shader.frag"}), golden("pelion_detailed.txt"));
 
-    std::string brief = text({"-c", "Koro-N503", "shader.frag"});
-    EXPECT_TRUE(contains(brief,
-                         "\n                                A      LS       V       T    Bound\n"
-                         "Total instruction cycles:    3.25    5.00    2.00    2.00       LS\n"))
-        << brief;
-    EXPECT_TRUE(contains(brief, "\n\nA = Arithmetic, LS = Load/Store, V = Varying, T = Texture\n\n"));
-
     // JSON never hides the arithmetic sub-pipelines; the note splits into lines.
     json shader = json_report({"-c", "Koro-N503", "shader.frag"})["shaders"][0];
     EXPECT_EQ(shader["variants"][0]["performance"]["pipelines"],
