@@ -246,17 +246,10 @@ TEST_F(HostileInput, SourceNamesInAModuleAreNeverReadUnlessPlainFiles) {
     check({"named files", compile({"--annotate", "named.frag.spv"}), 0, ""});
 }
 
-// An output that cannot be opened is CommandLine.UsageErrors' missing directory.
-TEST_F(HostileInput, UnwritableOutputEndsWithAMessage) {
+// A report that cannot be written ends the run with a message (one that cannot
+// be opened is CommandLine.UsageErrors'); a failed run removes only a regular file.
+TEST_F(HostileInput, OutputsThatFailAndTheReportsOfFailedRuns) {
     files.write("shade.frag", glsl_es("    x = x * 1.5f;\n"));
-    check_all({
-        {"full device", compile({"-o", "/dev/full", "shade.frag"}), 2, "Could not write output file: /dev/full"},
-        {"full device, JSON", compile({"--format", "json", "-o", "/dev/full", "shade.frag"}), 2,
-         "Could not write output file: /dev/full"},
-    });
-}
-
-TEST_F(HostileInput, FailedRunRemovesOnlyARegularReportFile) {
     files.write("empty.frag", "");
     files.write("old-report.txt", "stale");
     const std::string pipe = files.file("pipe");
@@ -265,6 +258,9 @@ TEST_F(HostileInput, FailedRunRemovesOnlyARegularReportFile) {
     int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
     check_all({
+        {"full device", compile({"-o", "/dev/full", "shade.frag"}), 2, "Could not write output file: /dev/full"},
+        {"full device, JSON", compile({"--format", "json", "-o", "/dev/full", "shade.frag"}), 2,
+         "Could not write output file: /dev/full"},
         {"usage error into a pipe", compile({"-o", "pipe", "empty.frag"}), 2, "Input file is empty."},
         {"usage error into a file", compile({"-o", "old-report.txt", "empty.frag"}), 2, "Input file is empty."},
     });
