@@ -12,11 +12,6 @@
 
 namespace {
 
-// A SPIR-V module with one fragment entry point named main.
-std::string fragment_module() {
-    return spirv_test::SpirvBuilder().entry_point(spv::ExecutionModelFragment, 1, "main").text();
-}
-
 std::set<std::string> long_options(const std::string& help) {
     std::set<std::string> options;
     const std::regex option("--([a-z_]+)");
@@ -80,7 +75,8 @@ TEST_F(CommandLine, UsageErrors) {
     for (const char* name : {"a.frag", "b.frag", "a.vert", "x.txt"}) shadex.write(name, "void main() {}\n");
     shadex.write("empty.frag", "");
     shadex.write("k.cl", "kernel void k() {}\n");
-    for (const char* name : {"a.frag.spv", "b.frag.spv", "m.bin"}) shadex.write(name, fragment_module());
+    const std::string module = spirv_test::SpirvBuilder().entry_point(spv::ExecutionModelFragment, 1, "main").text();
+    for (const char* name : {"a.frag.spv", "b.frag.spv", "m.bin"}) shadex.write(name, module);
     shadex.write("dir.frag/inside", "");  // makes dir.frag a directory
     auto missing = [](const std::string& api) {
         return "Unable to find the " + api + " compiler library. Run shadex --info to see supported API capabilities.";
