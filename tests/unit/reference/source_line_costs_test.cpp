@@ -55,7 +55,6 @@ CompileResult annotate(const std::string& core, const std::string& source, Stage
     options.stage = stage;
     options.request_source_costs = source_costs;
     options.request_idvs = stage == Stage::Vertex;
-    options.request_pilot = false;
     return compile_program(options.compiler_type, *find_core(core, "r0p0"), options, source.data());
 }
 
