@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <utility>
 
 namespace {
 
