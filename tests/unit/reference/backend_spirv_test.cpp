@@ -93,6 +93,14 @@ TEST(SpirvValidation, ExplainsAnInvalidModuleOnOneLine) {
     newer.insert(newer.begin() + 5, {(2u << 16) | spv::OpCapability, 6022u});
     validation = validate_module(newer, SPV_ENV_VULKAN_1_0);
     EXPECT_TRUE(validation.newer_than_validator);
+
+    // A number the environment's grammar stops short of: the newest grammar says which version it needs.
+    std::vector<uint32_t> later = assemble(fragment_assembly());
+    later.insert(later.begin() + 5, {(2u << 16) | spv::OpCapability, spv::CapabilityGroupNonUniform});
+    validation = validate_module(later, SPV_ENV_VULKAN_1_0);
+    EXPECT_FALSE(validation.newer_than_validator);
+    ASSERT_EQ(validation.errors.size(), 1u);
+    EXPECT_NE(validation.errors[0].find("requires SPIR-V version 1.3"), std::string::npos) << validation.errors[0];
 }
 
 TEST(SpirvValidation, KnowsRulesSpirvHasRelaxedSinceThisValidator) {
