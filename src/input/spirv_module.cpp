@@ -25,8 +25,6 @@ void write_word(Bytes& module, size_t offset, uint32_t word) {
     for (size_t i = 0; i < WORD_BYTES; ++i) module[offset + i] = uint8_t(word >> (8 * i));
 }
 
-bool has_magic(const Bytes& module) { return module.size() >= WORD_BYTES && read_word(module, 0) == spv::MagicNumber; }
-
 // One instruction of a module, seen through bounds-checked accessors: an
 // operand that lies past the end of the buffer simply does not exist.
 class Instruction {
@@ -151,10 +149,14 @@ void write_int_literal(Bytes& module, const Instruction& constant, const IntType
 
 }  // namespace
 
+bool has_spirv_magic(const Bytes& module) {
+    return module.size() >= WORD_BYTES && read_word(module, 0) == spv::MagicNumber;
+}
+
 bool identify_spirv(const Bytes& module, SourceType& stage, std::string& entry) {
     stage = SourceType::None;
     entry.clear();
-    if (!has_magic(module)) return false;
+    if (!has_spirv_magic(module)) return false;
     std::vector<SpirvEntryPoint> entry_points = enumerate_spirv_entrypoints(module);
     if (entry_points.size() == 1) {
         stage = entry_points.front().first;
@@ -173,7 +175,7 @@ uint32_t get_spirv_version(const Bytes& module) {
 
 std::vector<SpirvEntryPoint> enumerate_spirv_entrypoints(const Bytes& module) {
     std::vector<SpirvEntryPoint> entry_points;
-    if (!has_magic(module)) return entry_points;
+    if (!has_spirv_magic(module)) return entry_points;
     walk_instructions(module, [&](const Instruction& instruction) {
         if (instruction.opcode() == spv::OpEntryPoint) entry_points.push_back(read_entry_point(instruction));
         return Step::Next;
@@ -183,7 +185,7 @@ std::vector<SpirvEntryPoint> enumerate_spirv_entrypoints(const Bytes& module) {
 
 std::vector<std::string> preprocess_spirv(Bytes& module) {
     std::vector<std::string> warnings;
-    if (!has_magic(module)) return warnings;
+    if (!has_spirv_magic(module)) return warnings;
     walk_instructions(module, [&](const Instruction& instruction) {
         if (instruction.opcode() == spv::OpExtension) {
             std::string name = instruction.string_at(1);
@@ -199,7 +201,7 @@ std::vector<std::string> preprocess_spirv(Bytes& module) {
 }
 
 std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool value) {
-    if (!has_magic(module)) return "Program is not SPIR-V";
+    if (!has_spirv_magic(module)) return "Program is not SPIR-V";
     std::optional<uint32_t> wanted_id;
     bool found = false;
     walk_instructions(module, [&](const Instruction& instruction) {
@@ -223,7 +225,7 @@ std::string rewrite_spirv_spec_const_bool(Bytes& module, uint32_t location, bool
 // A constant whose type is not a declared 8/16/32/64-bit spv::OpTypeInt, or whose
 // word count is too short for its type's literal, is not an integer constant.
 std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64_t value) {
-    if (!has_magic(module)) return "Program is not SPIR-V";
+    if (!has_spirv_magic(module)) return "Program is not SPIR-V";
     const std::string where = " specialization constant at location " + std::to_string(location);
     std::optional<uint32_t> wanted_id;
     std::vector<IntType> int_types;
@@ -257,7 +259,7 @@ std::string rewrite_spirv_spec_const_int(Bytes& module, uint32_t location, int64
 }
 
 void rename_spirv_string(Bytes& module, const std::string& from, const std::string& to) {
-    if (!has_magic(module) || from == to) return;
+    if (!has_spirv_magic(module) || from == to) return;
     // The literal is NUL-terminated and padded with NULs to whole words.
     Bytes renamed(WORD_BYTES * 2 + (to.size() / WORD_BYTES + 1) * WORD_BYTES, 0);
     std::copy(to.begin(), to.end(), renamed.begin() + 2 * WORD_BYTES);

@@ -12,6 +12,9 @@
 
 using SpirvEntryPoint = std::pair<SourceType, std::string>;
 
+// Whether the bytes start as a SPIR-V module does.
+bool has_spirv_magic(const Bytes& module);
+
 // True for a SPIR-V module; stage and entry are filled only when the module
 // has exactly one entry point.
 bool identify_spirv(const Bytes& module, SourceType& stage, std::string& entry);

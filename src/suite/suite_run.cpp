@@ -6,10 +6,12 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 
 #include "driver/shadex_run.h"
+#include "suite/entry_needs.h"
 #include "suite/vulkan_glsl_in_process.h"
 
 namespace {
@@ -126,8 +128,12 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager, st
         outcome.err = err.str();
         return outcome;
     };
+    std::map<const SuiteEntry*, std::string> need_of;
+    for (const SuiteEntry& entry : entries) need_of[&entry] = entry_need(entry);
+    std::vector<std::string> needs;
+    for (const Run& run : runs) needs.push_back(need_of[run.entry]);
     Progress progress{settings.progress, runs.size()};
-    run_in_workers(runs.size(), settings.jobs, settings.timeout, task, [&](size_t index, TaskOutcome outcome) {
+    run_in_workers(needs, settings.jobs, settings.timeout, task, [&](size_t index, TaskOutcome outcome) {
         progress.update(!outcome.failure.empty() || outcome.status != 0);
         records.push_back(make_record(runs[index].entry->id, runs[index].core, outcome));
     });

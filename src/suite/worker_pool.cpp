@@ -11,10 +11,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <filesystem>
 #include <stdexcept>
 #include <vector>
+
+#include "suite/task_queue.h"
 
 namespace {
 
@@ -149,9 +150,10 @@ std::string stop_worker(Worker& worker, bool kill_it) {
 
 }  // namespace
 
-void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
+void run_in_workers(const std::vector<std::string>& needs, unsigned workers, std::chrono::seconds limit,
                     const std::function<TaskOutcome(size_t)>& task,
                     const std::function<void(size_t, TaskOutcome)>& done) {
+    const size_t count = needs.size();
     // A worker that died must not take the parent with it through a write.
     struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
@@ -163,11 +165,13 @@ void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
     std::vector<Worker> pool;
     for (unsigned index = 0; index < workers; ++index) pool.push_back(start_worker(task, pool));
 
-    size_t next = 0, finished = 0;
+    TaskQueue waiting(needs, pool.size());
+    size_t finished = 0;
     auto assign = [&](Worker& worker) {
-        if (next == count) return;
-        uint64_t index = next;
-        worker.task = next++;
+        if (waiting.empty()) return;
+        const size_t slot = static_cast<size_t>(&worker - pool.data());
+        uint64_t index = waiting.take(slot);
+        worker.task = index;
         worker.busy = true;
         worker.deadline = limit.count() > 0 ? Clock::now() + limit : Clock::time_point::max();
         if (!write_all(worker.requests, &index, sizeof index)) {
@@ -183,6 +187,7 @@ void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
         for (const Worker& other : pool)
             if (&other != &worker && other.pid > 0) others.push_back(other);
         worker = start_worker(task, others);
+        waiting.forget(static_cast<size_t>(&worker - pool.data()));
         ++finished;
         done(failed_task, std::move(outcome));
         assign(worker);

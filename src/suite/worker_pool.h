@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 struct TaskOutcome {
     int status = 0;       // the task's own status
@@ -16,11 +17,12 @@ struct TaskOutcome {
     std::string failure;  // why it did not finish ("timed out after 30 s"); empty when it did
 };
 
-// Runs tasks 0..count-1 on up to `workers` processes; `task` runs inside a
-// worker, `done` in this process as each result comes in (in completion
+// Runs tasks 0..count-1 on up to `workers` processes, count = needs.size()
+// (needs[i]: what task i reuses when a worker has it warm, see TaskQueue);
+// `task` runs inside a worker, `done` in this process as each result comes in (in completion
 // order). A task that kills its worker or outlives `limit` (zero: no limit)
 // is reported with a failure and its worker replaced. Throws
 // std::runtime_error when no worker can be started.
-void run_in_workers(size_t count, unsigned workers, std::chrono::seconds limit,
+void run_in_workers(const std::vector<std::string>& needs, unsigned workers, std::chrono::seconds limit,
                     const std::function<TaskOutcome(size_t)>& task,
                     const std::function<void(size_t, TaskOutcome)>& done);
