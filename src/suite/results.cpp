@@ -79,12 +79,16 @@ std::string error_message(const std::string& err) {
 
 void sort_records(SuiteRecords& records) { std::stable_sort(records.begin(), records.end(), record_before); }
 
-void write_results(std::ostream& out, SuiteRecords records) {
-    sort_records(records);
+void write_results(std::ostream& out, const SuiteRecords& records) {
+    // Sorted by reference: a copy of every report would cost more than writing it.
+    std::vector<const json*> sorted;
+    for (const json& record : records) sorted.push_back(&record);
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const json* a, const json* b) { return record_before(*a, *b); });
     json schema = {{"name", SCHEMA_NAME}, {"version", SCHEMA_VERSION}};
     // Keys in byte order, as in every report: producer, records, schema.
     out << "{\"producer\":" << dump(get_json_producer_header()) << ",\"records\":[";
-    for (size_t index = 0; index < records.size(); ++index) out << (index == 0 ? "\n" : ",\n") << dump(records[index]);
+    for (size_t index = 0; index < sorted.size(); ++index) out << (index == 0 ? "\n" : ",\n") << dump(*sorted[index]);
     out << "\n],\"schema\":" << dump(schema) << "}\n";
 }
 

@@ -29,7 +29,7 @@ std::string error_message(const std::string& err);
 void sort_records(SuiteRecords& records);
 
 // Sorts the records and writes the whole document.
-void write_results(std::ostream& out, SuiteRecords records);
+void write_results(std::ostream& out, const SuiteRecords& records);
 
 // Reads a results document; throws std::invalid_argument naming the file and
 // what is wrong with it.
