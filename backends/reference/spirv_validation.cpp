@@ -108,7 +108,7 @@ struct Run {
 };
 
 Run run_validator(const std::vector<uint32_t>& module, spv_target_env environment,
-                  const LayoutRelaxations& relaxations) {
+                  const LayoutRelaxations& relaxations, bool friendly_names) {
     Run run;
     spvtools::SpirvTools tools(environment);
     tools.SetMessageConsumer([&](spv_message_level_t level, const char*, const spv_position_t&, const char* message) {
@@ -121,12 +121,21 @@ Run run_validator(const std::vector<uint32_t>& module, spv_target_env environmen
     spvtools::ValidatorOptions options;
     options.SetScalarBlockLayout(relaxations.scalar_block_layout);
     options.SetWorkgroupScalarBlockLayout(relaxations.scalar_block_layout);
+    options.SetFriendlyNames(friendly_names);
     if (!tools.Validate(module.data(), module.size(), options) && run.errors.empty()) {
         run.errors.push_back("Invalid SPIR-V module");
         run.all_unknown_numbers = false;
         run.all_relaxed_rules = false;
     }
     return run;
+}
+
+// The names the messages give ids ("%main") cost a pass over the module; a
+// valid module has no message, so it is checked without them first.
+Run run_validator(const std::vector<uint32_t>& module, spv_target_env environment,
+                  const LayoutRelaxations& relaxations) {
+    Run nameless = run_validator(module, environment, relaxations, false);
+    return nameless.errors.empty() ? nameless : run_validator(module, environment, relaxations, true);
 }
 
 }  // namespace
