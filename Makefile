@@ -8,7 +8,8 @@ CMAKE_FLAGS ?=
 # Debian packages the build and the tests need.
 DEB_PACKAGES := cmake ninja-build g++ make pkg-config libtclap-dev nlohmann-json3-dev \
                 googletest libgtest-dev dpkg-dev python3 spirv-tools spirv-headers clang-14 llvm-spirv-14 \
-                libclang-rt-14-dev libclang-14-dev libclang-cpp14-dev llvm-14-dev libllvmspirvlib-14-dev
+                libclang-rt-14-dev libclang-14-dev libclang-cpp14-dev llvm-14-dev libllvmspirvlib-14-dev \
+                libjemalloc-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: all deps build test run sweep install package clean bench fuzz fuzz-replay check-asan format
