@@ -9,7 +9,6 @@
 #include "suite/entries.h"
 
 // "vulkan 450", "gles 300 es": the front end's built-in tables, one set per
-// API and GLSL version; "opencl PATH": the translations
-// of one OpenCL C file, which its kernels share; "" for SPIR-V and for an
-// input that cannot be read.
+// API and GLSL version; "opencl PATH": the translation of one OpenCL C file,
+// which its kernels share; "" for SPIR-V and for an input that cannot be read.
 std::string entry_need(const SuiteEntry& entry);
