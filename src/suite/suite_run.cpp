@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -104,13 +103,18 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager, st
         std::string core;
     };
     std::vector<Run> runs;
-    for (const SuiteEntry& entry : entries)
+    std::vector<std::string> needs;  // of each run, for the scheduling
+    for (const SuiteEntry& entry : entries) {
+        const std::string need = entry.refusal.empty() ? entry_need(entry) : "";
         for (const std::string& core : cores) {
-            if (entry.refusal.empty())
+            if (entry.refusal.empty()) {
                 runs.push_back({&entry, core});
-            else
+                needs.push_back(need);
+            } else {
                 records.push_back(refused_record(entry, core));
+            }
         }
+    }
 
     const std::string here = std::filesystem::current_path().string();
     auto task = [&](size_t index) {
@@ -128,10 +132,6 @@ SuiteRecords run_suite(const RunSettings& settings, CompilerManager& manager, st
         outcome.err = err.str();
         return outcome;
     };
-    std::map<const SuiteEntry*, std::string> need_of;
-    for (const SuiteEntry& entry : entries) need_of[&entry] = entry_need(entry);
-    std::vector<std::string> needs;
-    for (const Run& run : runs) needs.push_back(need_of[run.entry]);
     Progress progress{settings.progress, runs.size()};
     run_in_workers(needs, settings.jobs, settings.timeout, task, [&](size_t index, TaskOutcome outcome) {
         progress.update(!outcome.failure.empty() || outcome.status != 0);
