@@ -45,9 +45,23 @@ bool read_all(int fd, void* data, size_t size) {
     return true;
 }
 
-bool write_text(int fd, const std::string& text) {
-    uint64_t size = text.size();
-    return write_all(fd, &size, sizeof size) && write_all(fd, text.data(), text.size());
+void append_bytes(std::string& message, const void* data, size_t size) {
+    message.append(static_cast<const char*>(data), size);
+}
+
+// Status, then each text with its length before it: one write, so the
+// parent wakes once per reply instead of once per field.
+std::string reply_message(const TaskOutcome& outcome) {
+    const int32_t status = outcome.status;
+    const uint64_t out_size = outcome.out.size(), err_size = outcome.err.size();
+    std::string message;
+    message.reserve(sizeof status + 2 * sizeof out_size + out_size + err_size);
+    append_bytes(message, &status, sizeof status);
+    append_bytes(message, &out_size, sizeof out_size);
+    message += outcome.out;
+    append_bytes(message, &err_size, sizeof err_size);
+    message += outcome.err;
+    return message;
 }
 
 bool read_text(int fd, std::string& text) {
@@ -66,11 +80,8 @@ bool read_text(int fd, std::string& text) {
     if (null >= 0) dup2(null, STDOUT_FILENO);
     uint64_t index = 0;
     while (read_all(requests, &index, sizeof index)) {
-        TaskOutcome outcome = task(static_cast<size_t>(index));
-        int32_t status = outcome.status;
-        if (!write_all(replies, &status, sizeof status) || !write_text(replies, outcome.out) ||
-            !write_text(replies, outcome.err))
-            break;
+        const std::string message = reply_message(task(static_cast<size_t>(index)));
+        if (!write_all(replies, message.data(), message.size())) break;
     }
     _exit(0);
 }
@@ -189,8 +200,8 @@ void run_in_workers(const std::vector<std::string>& needs, unsigned workers, std
         worker = start_worker(task, others);
         waiting.forget(static_cast<size_t>(&worker - pool.data()));
         ++finished;
-        done(failed_task, std::move(outcome));
         assign(worker);
+        done(failed_task, std::move(outcome));
     };
     for (Worker& worker : pool) assign(worker);
 
@@ -222,8 +233,11 @@ void run_in_workers(const std::vector<std::string>& needs, unsigned workers, std
                     outcome.status = status;
                     worker.busy = false;
                     ++finished;
-                    done(worker.task, std::move(outcome));
+                    // The worker gets its next task before the parent turns
+                    // this one into a record, so it does not wait for that.
+                    const size_t finished_task = worker.task;
                     assign(worker);
+                    done(finished_task, std::move(outcome));
                 } else {
                     replace(worker, stop_worker(worker, true));
                 }
