@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
 
 #include "report/format.h"
@@ -21,6 +22,7 @@ TEST(LimitingPipes, TiesNegativesAndZeros) {
 TEST(PerfTableRow, UnreportedWideAndEmptyRows) {
     Labels names = {"A", "LS", "T"};
     EXPECT_EQ(get_perf_table_row(names, {12.0f, -1.0f, 0.125f}), "  12.00     N/A    0.12      N/A");
+    EXPECT_EQ(get_perf_table_row(names, {NAN, 4.0f, 1.0f}), "    nan    4.00    1.00      N/A");  // unknown cost
     // Nothing is truncated: wide cells push the rest of the row along.
     EXPECT_EQ(get_perf_table_row(names, {12345.0f, 12345.0f, 12345.0f}), "12345.00 12345.00 12345.00 A, LS, T");
     EXPECT_EQ(get_perf_table_row({}), "   Bound");

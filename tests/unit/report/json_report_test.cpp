@@ -2,6 +2,7 @@
 // the JSON report's rules no golden document reaches.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -44,7 +45,7 @@ TEST(JsonReport, InvalidUtf8StillGivesADocument) {
     EXPECT_EQ(shader["warnings"][0], "bad byte \xef\xbf\xbd here");
 }
 
-TEST(JsonReport, UnreportedSizesAndPercentages) {
+TEST(JsonReport, UnreportedAndUnknownFigures) {
     CompileOutput output = compile(Target{}, {with_pipes({})});
     ShaderVariant& variant = output.variants.at(0);
     variant.fp16_percent = -1;
@@ -60,4 +61,10 @@ TEST(JsonReport, UnreportedSizesAndPercentages) {
     EXPECT_EQ(values.at("stack_alloca_bytes"), 0);
     EXPECT_TRUE(values.at("fp16_arithmetic").is_null());
     EXPECT_TRUE(values.at("fp16_idle_lanes").is_null());
+
+    // A cost the back-end could not give is null, and so is the bound it leaves unknown.
+    output.variants.at(0).cycles.at(0) = NAN;
+    const json total = shader_json(output)["variants"][0]["performance"]["total_cycles"];
+    EXPECT_TRUE(total["cycle_count"][0].is_null());
+    EXPECT_EQ(total["bound_pipelines"], json::array({nullptr}));
 }

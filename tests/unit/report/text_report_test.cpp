@@ -86,6 +86,13 @@ TEST(TextReport, StackAndSixteenBitBoundaries) {
     EXPECT_TRUE(contains(text_report(output), "(0% used)\nStack use: 8 bytes\n\n"));
 }
 
+// The fifth generation has the register file of the two before it.
+TEST(TextReport, FifthGenerationRegisterFile) {
+    const Target n1{ArchitectureType::FifthGen, "Koro N1"};
+    EXPECT_TRUE(contains(text_report(compile(n1, {with_pipes({"work_registers_used", "8"})})),
+                         "Work registers: 8 (12% used at 100% occupancy)\n"));
+}
+
 TEST(TextReport, KernelTitleSharedStorageAndEmptyBinary) {
     std::string report = text_report(
         compile(KERNEL, {{"kernel_name", "reduce", "work_registers_used", "64", "wls_size", "256", "pipe_names",
