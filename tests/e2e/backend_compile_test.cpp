@@ -110,12 +110,8 @@ TEST(BackendCompile, OptionsSentForEachApiAndStage) {
          0,
          "compiler_type=openglessl shader_type=fragment variants=per_fragment_shader "
          "include_path=. include_path=inc include_path=/"},
-        // Per-line costs are asked for after every other option.
-        {{"-c", "Koro-N68", "--annotate", "s.frag", "-I", "inc"},
-         0,
-         "compiler_type=openglessl shader_type=fragment request-pilot=true variants=per_fragment_shader "
-         "include_path=. include_path=inc request-source-costs=true"},
         {{"-c", "Koro-L380", "s.vert"}, 0, "compiler_type=openglessl shader_type=vertex"},
+        // A module of the core's own SPIR-V version passes Tarsel's check.
         {{"-c", "Koro-L380", "v.spv"},
          0,
          "compiler_type=openglessl shader_type=vertex spirv=true spirv_binary_length=40 "

@@ -259,8 +259,6 @@ TEST_F(HostileInput, OutputsThatFailAndTheReportsOfFailedRuns) {
     ASSERT_GE(reader, 0);
     check_all({
         {"full device", compile({"-o", "/dev/full", "shade.frag"}), 2, "Could not write output file: /dev/full"},
-        {"full device, JSON", compile({"--format", "json", "-o", "/dev/full", "shade.frag"}), 2,
-         "Could not write output file: /dev/full"},
         {"usage error into a pipe", compile({"-o", "pipe", "empty.frag"}), 2, "Input file is empty."},
         {"usage error into a file", compile({"-o", "old-report.txt", "empty.frag"}), 2, "Input file is empty."},
     });
