@@ -33,7 +33,7 @@ protected:
     ScriptedShadex shadex;  // no back-end added
 };
 
-TEST_F(CommandLine, HelpPrintsHeaderAndLongUsage) {
+TEST_F(CommandLine, HelpPrintsLongUsageAndVersionOnlyTheHeader) {
     RunResult result = shadex.run({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
@@ -49,18 +49,15 @@ TEST_F(CommandLine, HelpPrintsHeaderAndLongUsage) {
     }
     // The stage block precedes --spirv, which is not one of the alternatives.
     EXPECT_LT(result.out.find("No shader type flag"), result.out.find("--spirv\n"));
-}
 
-TEST_F(CommandLine, VersionPrintsOnlyTheHeader) {
-    RunResult result = shadex.run({"--version"});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, REPORT_HEADER);
+    RunResult version = shadex.run({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, REPORT_HEADER);
 }
 
 TEST_F(CommandLine, TclapErrorsUseTheSameFrame) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--bogus", "a.frag"}, "ERROR: Argument: --bogus\n   Couldn't find match for argument\n"},
-        {{"a.frag", "-c"}, "ERROR: Argument: -c (--core)\n   Missing a value for this argument!"},
         {{"--format", "xml", "a.frag"}, "   Invalid format: xml\n"},
     };
     for (const auto& [args, piece] : cases) {
