@@ -6,15 +6,6 @@
 
 using Pieces = std::vector<std::string>;
 
-TEST(Text, PrefixAndSuffix) {
-    EXPECT_TRUE(starts_with("shader.frag", ""));
-    EXPECT_FALSE(starts_with("ab", "abc"));
-    EXPECT_FALSE(starts_with("Shader", "shader"));
-    EXPECT_TRUE(ends_with("a.cl.spv", ".cl.spv"));
-    EXPECT_FALSE(ends_with("a.cl.spv", ".cl"));
-    EXPECT_FALSE(ends_with("vert", ".vert"));
-}
-
 TEST(Text, SplitKeepsInnerEmptyPieces) {
     const std::pair<std::string, Pieces> cases[] = {
         {"", {}},          {"abc", {"abc"}}, {"a,,b", {"a", "", "b"}}, {"a,b,", {"a", "b"}}, {"a,,", {"a", ""}},

@@ -38,33 +38,14 @@ TEST(Compiler, ParsesAndOrdersCoreRevisions) {
     }
 }
 
-TEST(Compiler, VersionsExtensionsAndMatching) {
+TEST(Compiler, VersionsAndExtensions) {
     // Koro-L220 is held at OpenGL ES 3.1 (BackendCatalogue.ExtensionsAreProbedOncePerCompiler), and only there.
     EXPECT_EQ(make("Koro-L220", CompilerType::OpenGLES, {300}).version, 300u);
     EXPECT_EQ(make("Koro-L220", CompilerType::OpenCL, {320}).version, 320u);
     EXPECT_EQ(make("Koro-N68", CompilerType::OpenGLES, {}).version, 0u);
     // Unprobed lists: Vulkan has no defaults, a non-Tarsel OpenCL compiler keeps them.
     EXPECT_TRUE(make("Koro-N68", CompilerType::Vulkan, {130}).get_extensions().empty());
-    EXPECT_EQ(make("Koro-N68", CompilerType::Vulkan, {130}, {"b", "a", "b"}).get_extensions(),
-              (std::set<std::string>{"a", "b"}));
     EXPECT_EQ(make("Koro-N68", CompilerType::OpenCL, {120}).get_extensions().size(), DEFAULT_OPENCL_EXTENSIONS.size());
-
-    Compiler compiler = make("Koro-N68", CompilerType::OpenCL, {120, 300}, {}, "r0p1");
-    EXPECT_TRUE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any, 0));
-    EXPECT_TRUE(compiler.matches("r1p0-00rel0", "Koro-N68", "r0p1", CompilerType::OpenCL, 300));
-    EXPECT_FALSE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Any, 301));
-    EXPECT_FALSE(compiler.matches(std::nullopt, std::nullopt, std::nullopt, CompilerType::Vulkan, 0));
-}
-
-TEST(Compiler, StageSupportWithoutProbing) {
-    // Below OpenGL ES 3.2 geometry and tessellation depend on probed extensions.
-    const std::pair<Compiler, bool> cases[] = {{make("Koro-N68", CompilerType::OpenGLES, {320}), true},
-                                               {make("Koro-N68", CompilerType::Vulkan, {100}), true},
-                                               {make("Koro-N68", CompilerType::OpenCL, {300}), false}};
-    for (auto [compiler, supported] : cases) {
-        EXPECT_EQ(compiler.supports_geometry_shaders(), supported) << to_string(compiler.type);
-        EXPECT_EQ(compiler.supports_tessellation_shaders(), supported) << to_string(compiler.type);
-    }
 }
 
 TEST(Compiler, ProbesWithoutEsForVersion100) {

@@ -220,7 +220,6 @@ TEST(FeatureChecks, RefuseStagesAndVersionsACoreDoesNotHave) {
     EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 300), "");
     EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, tarsel, 310),
               "OpenCL C 3.1 is not supported by Koro-L220 (highest: 3.0)");
-    EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Kernel, pelion, 300), "");
     EXPECT_EQ(refusal(Api::OpenCLSource, Stage::Vertex, pelion), "OpenCL compiles kernels, not vertex shaders");
     EXPECT_EQ(refusal(Api::OpenGLES, Stage::Kernel, pelion), "Kernels are compiled for OpenCL, not OpenGL ES");
 
