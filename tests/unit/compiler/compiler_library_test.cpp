@@ -36,7 +36,7 @@ TEST(DriverName, OrdersNewestFirstAndEqualNamesBothWays) {
     EXPECT_TRUE(same.before(r20));
 }
 
-TEST(CompilerLibrary, MalformedMetadataRecordsAreReleasedAndNamed) {
+TEST(CompilerLibrary, MalformedMetadataIsReleasedAndNamedAndTheDriverNameIsCut) {
     BackendDir dir;
     const std::string flexible = "meta flexible_version | 4.0.0\n";
     const std::string scenarios[] = {flexible + "break metadata\n", "meta flexible_version | <null>\n",
@@ -48,12 +48,9 @@ TEST(CompilerLibrary, MalformedMetadataRecordsAreReleasedAndNamed) {
         EXPECT_EQ(release_problems(read_scripted_log(path)), "");
     }
     EXPECT_EQ(load_error(dir.path() + "/missing.so"), "Library load error : " + dir.path() + "/missing.so");
-}
 
-TEST(CompilerLibrary, DriverNameIsCutFromTheFileName) {
-    BackendDir dir;
-    // The last of '.', 's', 'o' ends the name two characters early; "lib" is
-    // looked for anywhere.
+    // The driver name comes from the file name: the last of '.', 's', 'o' ends
+    // it two characters early; "lib" is looked for anywhere.
     std::string path = dir.add("graphics", "xlibKoro-Nxx_r3p1-02rel5.so", "meta flexible_version | 4.0.0\n");
     EXPECT_EQ(CompilerLibrary(path).driver_name, "Koro-Nxx_r3p1-02rel5");
 }

@@ -8,12 +8,6 @@ namespace {
 
 const Target OSTREM;
 
-TEST(CompileOutput, WarningsAreKeptOnceAndTheBindingWarningDropped) {
-    const auto output =
-        compile(OSTREM, {}, {}, {"0:1: SPV01: Warning: 'Binding' is larger than allowed maximum", "w", "w"});
-    EXPECT_EQ(output.warnings, (Texts{"w"}));
-}
-
 TEST(CompileOutput, StatisticsReadingRules) {
     const auto output =
         compile(OSTREM, {with_pipes({"variant", "1", "part_float16", "nan", "part_v2float16_underused", "N/A"}),
@@ -40,19 +34,19 @@ TEST(CompileOutput, StatisticsReadingRules) {
     EXPECT_FALSE(ShaderVariant::before(unknown, unknown));
 }
 
-TEST(CompileOutput, ShaderFlagsAndSlowPaths) {
+TEST(CompileOutput, ShaderFlagsSlowPathsAndWarnings) {
     const auto output = compile(OSTREM,
                                 {with_pipes({"variant", "0", "shader_flag", "HAS_SIDE_EFFECTS", "shader_flag",
                                              "NOT_A_FLAG", "shader_flag", "HAS_SLOW_RQ"}),
                                  with_pipes({"variant", "1", "shader_flag", "MODIFIES_COVERAGE", "vrs_mask", "1"})},
-                                {}, {"w"});
+                                {}, {"0:1: SPV01: Warning: 'Binding' is larger than allowed maximum", "w", "w"});
     EXPECT_TRUE(output.has_property(HAS_SIDE_EFFECTS));
     EXPECT_TRUE(output.has_property(MODIFIES_COVERAGE));
     EXPECT_FALSE(output.has_property(COLOR_BUFFER_READ));
     EXPECT_TRUE(output.has_stack_or_slow_rq);
     EXPECT_FALSE(output.last_slow_rq);  // only the last variant read counts
     EXPECT_TRUE(output.has_vrs);
-    EXPECT_EQ(output.warnings, (Texts{"w"}));
+    EXPECT_EQ(output.warnings, (Texts{"w"}));  // kept once, the binding warning dropped
 
     const auto slow = compile(OSTREM, {with_pipes({"shader_flag", "HAS_SLOW_RQ", "vrs_mask", "64"})});
     EXPECT_EQ(slow.warnings, (Texts{"Using a ray query traversal slow path.",
