@@ -1,10 +1,9 @@
-// The back-end layer as a user meets it: which libraries load, in which order
-// they are consulted, which cores and APIs the catalogue then offers, and
-// which extensions survive probing. Every record a back-end hands out must
-// come back to it exactly once, whatever the run's outcome.
+// The back-end layer as a user meets it: which libraries load, which cores
+// and APIs the catalogue then offers, and which extensions survive probing.
+// Every record a back-end hands out must come back to it exactly once,
+// whatever the run's outcome.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "e2e/harness.h"
@@ -59,32 +58,6 @@ TEST(BackendCatalogue, LibraryLoading) {
         else
             expect_run_error(shadex.run({"--list"}), message);
     }
-}
-
-TEST(BackendCatalogue, LibrariesAreConsultedNewestDriverFirst) {
-    ScriptedShadex shadex;
-    // All copies write one log and report their driver as their core's
-    // revision, so the log shows the order in which they were asked.
-    std::string shared = shadex.write("shared.log", "");
-    shared.resize(shared.size() - 4);  // read back like the log of a library "shared"
-    for (const auto& [subdir, driver] : {std::pair{"graphics", "Koro-L100_r99p9-07rel9"},
-                                         {"graphics", "Koro-Nxx_r20p0-01rel0"},
-                                         {"opencl", "Koro-Nxx_r20p0-10rel0"},
-                                         {"graphics", "Koro-Nxx_r21p0-00rel0"},
-                                         {"opencl", "Koro-Nxx_r20p1-00rel0"}}) {
-        std::string path = shadex.add(subdir, std::string("lib") + driver + ".so",
-                                      "meta flexible_version | 4.1.0\nmeta compiler_type | opencl\n"
-                                      "core Koro-N68 | " +
-                                          std::string(driver) + "\n");
-        std::filesystem::create_symlink(shared + ".log", path + ".log");
-    }
-    EXPECT_EQ(shadex.run({"--list"}).status, 0);
-    std::vector<std::string> asked;
-    for (const std::string& call : calls_of(read_scripted_log(shared), "get_core_specific_capabilities"))
-        asked.push_back(call.substr(call.rfind('\t') + 1));
-    EXPECT_EQ(asked,
-              (std::vector<std::string>{"Koro-Nxx_r21p0-00rel0", "Koro-Nxx_r20p1-00rel0", "Koro-Nxx_r20p0-10rel0",
-                                        "Koro-Nxx_r20p0-01rel0", "Koro-L100_r99p9-07rel9"}));
 }
 
 TEST(BackendCatalogue, DenylistsAndCoreNameMappings) {

@@ -1,5 +1,4 @@
-// Newest-driver-first ordering is covered end to end; these are the
-// discovery rules.
+// Which libraries are found, and the order they are consulted in.
 #include "compiler/library_manager.h"
 
 #include <gtest/gtest.h>
@@ -33,4 +32,21 @@ TEST(LibraryManager, TakesEveryEntryEndingInSoGraphicsFirst) {
     fs::create_directories(graphics + "/x.so");
     EXPECT_EQ(thrown<KoroException_>([&] { LibraryManager manager(dir.path()); }),
               "Library load error : " + graphics + "/x.so");
+}
+
+// Current scheme before legacy, then R, P, OO (octal) and L, larger first,
+// whichever directory the library lies in.
+TEST(LibraryManager, OrdersNewestDriverFirst) {
+    BackendDir dir;
+    for (const auto& [subdir, driver] : {std::pair{"graphics", "Koro-L100_r99p9-07rel9"},
+                                         {"graphics", "Koro-Nxx_r20p0-01rel0"},
+                                         {"opencl", "Koro-Nxx_r20p0-10rel0"},
+                                         {"graphics", "Koro-Nxx_r21p0-00rel0"},
+                                         {"opencl", "Koro-Nxx_r20p1-00rel0"}})
+        dir.add(subdir, std::string("lib") + driver + ".so", "meta flexible_version | 4.1.0\n");
+    std::vector<std::string> order;
+    for (const auto& library : LibraryManager(dir.path()).libraries) order.push_back(library->driver_name);
+    EXPECT_EQ(order,
+              (std::vector<std::string>{"Koro-Nxx_r21p0-00rel0", "Koro-Nxx_r20p1-00rel0", "Koro-Nxx_r20p0-10rel0",
+                                        "Koro-Nxx_r20p0-01rel0", "Koro-L100_r99p9-07rel9"}));
 }
