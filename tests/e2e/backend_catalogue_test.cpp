@@ -94,22 +94,6 @@ core_cap Koro N1-Ultra | spirv_version | 1.0 1.3
     expect_usage_error(shadex.run({"-c", "Koro-L100", "a.frag"}), "Koro-L100 is an invalid target core.");
 }
 
-TEST(BackendCatalogue, DefaultCoreIsTheNewestForTheApi) {
-    ScriptedShadex shadex;
-    shadex.add("graphics", LIBRARY,
-               "meta flexible_version | 3.0.0\nmeta compiler_type | openglessl\n"
-               "meta openglessl_version | 300 310\ncore Koro-N22 | r1p0\ncore Koro-N68 | r0p0\n"
-               "core Koro-N68 | r1p0\n");
-    shadex.add("opencl", LIBRARY, "meta flexible_version | 3.0.0\nmeta compiler_type | opencl\ncore Koro-N22 | r0p0\n");
-    shadex.write("a.frag", "void main() {}\n");
-    shadex.write("k.cl", "kernel void k() {}\n");
-    EXPECT_EQ(shadex.run({"a.frag"}).status, 0);
-    EXPECT_EQ(shadex.compiles(0).at(0).rfind("compile\tcore=Koro-N68\trevision=r1p0\t", 0), 0u);
-    EXPECT_EQ(shadex.run({"k.cl", "-n", "k"}).status, 0);
-    EXPECT_EQ(shadex.compiles(1).at(0).rfind("compile\tcore=Koro-N22\trevision=r0p0\t", 0), 0u);
-    EXPECT_EQ(json_output(shadex.run({"--info", "--format", "json"}))["hardware"]["revision"], "r1p0");
-}
-
 TEST(BackendCatalogue, ExtensionsAreProbedOncePerCompiler) {
     ScriptedShadex shadex;
     const std::string cores = "core Koro-L220 | r0p0\ncore Koro-N68 | r0p0\n";

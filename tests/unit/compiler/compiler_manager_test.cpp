@@ -1,5 +1,5 @@
-// Denylists, default cores, library-wide lists and the core-name mapping
-// are covered end to end; these are the catalogue's finer rules.
+// Denylists, library-wide lists and the core-name mapping are covered end
+// to end; these are the catalogue's finer rules.
 #include "compiler/compiler_manager.h"
 
 #include <gtest/gtest.h>
@@ -55,6 +55,20 @@ TEST(CompilerManager, CatalogueFiltersAndDefaults) {
     EXPECT_EQ(manager.get_compilers("Koro-N68", CompilerType::Vulkan).at(0)->get_extensions(),
               (std::set<std::string>{"SPV_KHR_x"}));
     EXPECT_EQ(release_problems(read_scripted_log(path)), "");
+}
+
+// The newest core of the API asked for, at its highest revision.
+TEST(CompilerManager, DefaultCoreIsTheNewestForTheApi) {
+    BackendDir dir;
+    dir.add("graphics", NXX,
+            lines({"meta flexible_version | 3.0.0", "meta compiler_type | openglessl", "meta openglessl_version | 310",
+                   "core Koro-N22 | r1p0", "core Koro-N68 | r0p0", "core Koro-N68 | r1p0"}));
+    dir.add("opencl", NXX,
+            lines({"meta flexible_version | 3.0.0", "meta compiler_type | opencl", "core Koro-N22 | r0p0"}));
+    CompilerManager manager(dir.path());
+    EXPECT_EQ(
+        describe({manager.get_default_compiler(CompilerType::Any), manager.get_default_compiler(CompilerType::OpenCL)}),
+        (std::vector<std::string>{"Koro-N68/r1p0/OpenGL ES/310", "Koro-N22/r0p0/OpenCL/120"}));
 }
 
 TEST(CompilerManager, FlexibleVersionDecidesWhereCapabilitiesComeFrom) {
