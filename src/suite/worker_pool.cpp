@@ -45,22 +45,20 @@ bool read_all(int fd, void* data, size_t size) {
     return true;
 }
 
-void append_bytes(std::string& message, const void* data, size_t size) {
-    message.append(static_cast<const char*>(data), size);
+// A text as read_text reads it: its length, then its bytes.
+void append_text(std::string& message, const std::string& text) {
+    const uint64_t size = text.size();
+    message.append(reinterpret_cast<const char*>(&size), sizeof size);
+    message += text;
 }
 
-// Status, then each text with its length before it: one write, so the
-// parent wakes once per reply instead of once per field.
+// Status, then both texts: one write, so the parent wakes once per reply
+// instead of once per field.
 std::string reply_message(const TaskOutcome& outcome) {
     const int32_t status = outcome.status;
-    const uint64_t out_size = outcome.out.size(), err_size = outcome.err.size();
-    std::string message;
-    message.reserve(sizeof status + 2 * sizeof out_size + out_size + err_size);
-    append_bytes(message, &status, sizeof status);
-    append_bytes(message, &out_size, sizeof out_size);
-    message += outcome.out;
-    append_bytes(message, &err_size, sizeof err_size);
-    message += outcome.err;
+    std::string message(reinterpret_cast<const char*>(&status), sizeof status);
+    append_text(message, outcome.out);
+    append_text(message, outcome.err);
     return message;
 }
 
